@@ -1,0 +1,108 @@
+// A sandbox account service inside the test program: its own port, its own accounts, a clock that stands
+// still.
+//
+//     test_support::SandboxFixture fixture(test_support::Scheme::https);
+//     const sandbox::Account& anna = fixture.account("plain");
+//     ... sign in at fixture.baseUrl(), trusting fixture.caFile() ...
+//     fixture.advance(901);                        // the token has expired
+//     fixture.faults().add({.kind = sandbox::FaultKind::cut});
+//     EXPECT_EQ(fixture.exchanges().back().status, 401);
+//
+// The clock begins at the machine's time and moves only when told. The accounts are those of
+// tools/sandbox/accounts.json, by their names: "plain", "second-factor", "organisation-only",
+// "several-contexts", "blocked", "locked". Link quillmark_sandbox. Everything but the clock may be used from
+// any thread, the clock too.
+#pragma once
+
+#include <stdlib.h>
+
+#include <atomic>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "tools/sandbox/AccountService.h"
+#include "tools/sandbox/SandboxServer.h"
+
+namespace test_support {
+
+enum class Scheme { http, https };
+
+class SandboxFixture {
+public:
+    explicit SandboxFixture(Scheme scheme = Scheme::http,
+                            sandbox::CertificateFlaw flaw = sandbox::CertificateFlaw::none)
+        : SandboxFixture(sandbox::readSeedFile(sandbox::defaultSeedFile()), scheme, flaw) {}
+
+    // With other accounts or rules than those of the seed file.
+    explicit SandboxFixture(sandbox::Seed seed, Scheme scheme = Scheme::http,
+                            sandbox::CertificateFlaw flaw = sandbox::CertificateFlaw::none)
+        : now_(sandbox::systemClock()),
+          service_(std::move(seed), [this] { return now_.load(); }),
+          server_(service_, {scheme == Scheme::https, 0, flaw}),
+          folder_(makeFolder()) {
+        server_.start();
+        if (scheme == Scheme::https)
+            std::ofstream(caFile(), std::ios::binary) << server_.authorityPem();
+    }
+
+    ~SandboxFixture() {
+        server_.stop();
+        std::error_code ignored;  // a folder that stays behind harms no test
+        std::filesystem::remove_all(folder_, ignored);
+    }
+
+    SandboxFixture(const SandboxFixture&) = delete;
+    SandboxFixture& operator=(const SandboxFixture&) = delete;
+
+    // Without a slash at the end.
+    [[nodiscard]] std::string baseUrl() const { return server_.baseUrl(); }
+    // PEM of the authority to trust, a file that exists with Scheme::https alone.
+    [[nodiscard]] std::string caFile() const { return (folder_ / "ca.pem").string(); }
+
+    [[nodiscard]] sandbox::AccountService& service() { return service_; }
+    [[nodiscard]] sandbox::Faults& faults() { return server_.faults(); }
+    [[nodiscard]] const sandbox::Account& account(std::string_view name) const {
+        return service_.account(name);
+    }
+
+    // A code that the account's next sign-in accepts. Two sign-ins at one time have codes; a third needs
+    // advance(30).
+    [[nodiscard]] std::string totpCode(std::string_view name) const {
+        auto code = service_.totpCode(account(name).login);
+        if (!code)
+            throw std::runtime_error("the account has no unused code now: advance the clock");
+        return *code;
+    }
+
+    // What was asked and answered so far, in the order of the answers.
+    [[nodiscard]] std::vector<sandbox::ExchangeRecord> exchanges() { return server_.log().records(); }
+    void forgetExchanges() { server_.log().clear(); }
+
+    [[nodiscard]] std::int64_t now() const { return now_; }
+    void setTime(std::int64_t unixSeconds) { now_ = unixSeconds; }
+    void advance(std::int64_t seconds) { now_ += seconds; }
+
+    // Stops serving: connections are refused from here on.
+    void stop() { server_.stop(); }
+
+private:
+    static std::filesystem::path makeFolder() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "sandbox-XXXXXX").string();
+        if (mkdtemp(pattern.data()) == nullptr)
+            throw std::runtime_error("no temporary folder can be made");
+        return pattern;
+    }
+
+    std::atomic<std::int64_t> now_;
+    sandbox::AccountService service_;
+    sandbox::SandboxServer server_;
+    std::filesystem::path folder_;
+};
+
+}  // namespace test_support

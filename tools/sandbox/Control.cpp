@@ -1,0 +1,152 @@
+#include "tools/sandbox/Control.h"
+
+#include <map>
+#include <set>
+
+#include "tools/sandbox/Routes.h"
+
+namespace sandbox {
+namespace {
+
+constexpr std::int64_t kLongestDelayMs = 600'000;
+
+struct ControlRoute {
+    std::string_view method;
+    std::string_view path;
+    Answer (*handle)(const Controlled& controlled, const Request& request);
+};
+
+// Reads a member into `out` if it is there; throws Json's exception for a wrong type.
+template <typename Value>
+void readMember(const Json& body, const char* name, Value& out) {
+    if (body.contains(name))
+        body.at(name).get_to(out);
+}
+
+std::string unknownMember(const Json& body) {
+    static const std::set<std::string> known = {"body", "contentType", "count", "delayMs", "headers",
+                                                "kind", "method",      "path",  "status"};
+    for (const auto& member : body.items()) {
+        if (!known.contains(member.key()))
+            return member.key();
+    }
+    return {};
+}
+
+// Says what is wrong with the fault, or nothing.
+std::string readFault(const Json& body, Fault& fault) {
+    if (const std::string unknown = unknownMember(body); !unknown.empty())
+        return "\"" + unknown + "\" is no member of a fault";
+    std::string word;
+    std::int64_t delayMs = 0;
+    std::int64_t count = 1;
+    readMember(body, "kind", word);
+    readMember(body, "path", fault.path);
+    readMember(body, "method", fault.method);
+    readMember(body, "count", count);
+    readMember(body, "delayMs", delayMs);
+    readMember(body, "status", fault.status);
+    readMember(body, "body", fault.body);
+    readMember(body, "contentType", fault.contentType);
+    std::map<std::string, std::string> headers;
+    readMember(body, "headers", headers);
+    fault.headers.assign(headers.begin(), headers.end());
+    const auto kind = faultKind(word);
+    if (!kind)
+        return "\"kind\" is delay, status, cut or half";
+    if (count < 1 || count > UINT32_MAX || delayMs < 0 || delayMs > kLongestDelayMs)
+        return "\"count\" is at least 1 and \"delayMs\" at most 600000";
+    if (fault.status < 200 || fault.status > 599)
+        return "\"status\" is 200 to 599";
+    fault.kind = *kind;
+    fault.count = static_cast<std::uint32_t>(count);
+    fault.delay = std::chrono::milliseconds(delayMs);
+    return {};
+}
+
+Answer addFault(const Controlled& controlled, const Request& request) {
+    const Json body = Json::parse(request.body, nullptr, false);
+    if (!body.is_object())
+        return refusal(400, "The body must be a JSON object.");
+    Fault fault;
+    try {
+        if (const std::string wrong = readFault(body, fault); !wrong.empty())
+            return refusal(400, wrong);
+    } catch (const Json::exception& problem) {
+        return refusal(400, problem.what());
+    }
+    controlled.faults.add(std::move(fault));
+    return success({{"waiting", controlled.faults.waiting()}});
+}
+
+Answer clearFaults(const Controlled& controlled, const Request&) {
+    controlled.faults.clear();
+    return success({{"waiting", 0}});
+}
+
+Answer expireTokens(const Controlled& controlled, const Request&) {
+    controlled.service.expireTokens();
+    return success({{"expired", true}});
+}
+
+Answer resetAll(const Controlled& controlled, const Request&) {
+    controlled.service.reset();
+    controlled.faults.clear();
+    controlled.log.clear();
+    return success({{"reset", true}});
+}
+
+Answer showLog(const Controlled& controlled, const Request&) {
+    Json list = Json::array();
+    for (const ExchangeRecord& record : controlled.log.records())
+        list.push_back({{"method", record.method},
+                        {"target", record.target},
+                        {"status", record.status},
+                        {"login", record.login},
+                        {"fault", record.fault},
+                        {"milliseconds", record.milliseconds}});
+    return success(list);
+}
+
+Answer showTotp(const Controlled& controlled, const Request& request) {
+    const Target target = splitTarget(request.target);
+    const std::string* login = findValue(target.query, "login");
+    const auto code = controlled.service.totpCode(login != nullptr ? *login : "");
+    if (!code)
+        return refusal(404, "No account of this login has a code to give now.");
+    Answer answer;
+    answer.contentType = "text/plain";
+    answer.body = *code;
+    return answer;
+}
+
+constexpr ControlRoute kRoutes[] = {
+    {"POST", "/sandbox/faults", addFault},
+    {"DELETE", "/sandbox/faults", clearFaults},
+    {"POST", "/sandbox/tokens/expire", expireTokens},
+    {"POST", "/sandbox/reset", resetAll},
+    {"GET", "/sandbox/log", showLog},
+    {"GET", "/sandbox/totp", showTotp},
+};
+
+}  // namespace
+
+bool isControlPath(std::string_view path) {
+    return path.starts_with("/sandbox/");
+}
+
+Answer answerControl(const Controlled& controlled, const Request& request) {
+    const std::string path = splitTarget(request.target).path;
+    bool pathKnown = false;
+    for (const ControlRoute& route : kRoutes) {
+        if (route.path != path)
+            continue;
+        if (route.method == request.method)
+            return route.handle(controlled, request);
+        pathKnown = true;
+    }
+    return pathKnown ? refusal(405, "The control path has no such method.")
+                     : refusal(404, "There is no such control path.");
+}
+
+}  // namespace sandbox
