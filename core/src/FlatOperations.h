@@ -1,0 +1,130 @@
+#pragma once
+
+#include <cstdint>
+
+#include "core/src/Export.h"
+#include "core/src/PlainRecords.h"
+#include "core/src/ResultCode.h"
+#include "core/src/system/LogOutlets.h"
+
+// The flat interface of the library: free functions over an opaque handle.
+//
+//   threads   none of them locks: the caller serialises all calls on one handle
+//   strings   zero-terminated UTF-8, copied before the call returns
+//   outs      written on success only; a record or text that found no memory leaves null. What comes out is
+//             one block, the caller's until FreeMemory
+//   handle    null, or without an object that the operation needs: kNotInitialized, unless it says otherwise
+//   checks    in the order in which an operation lists them; null arguments not spoken of are
+//             kInvalidParameters
+//   platformContext  goes unchanged to every platform operation; may be null
+//   failures  are told to the error outlet as "core/src/quillmarkclient" and returned; a few token operations
+//             write a trace line instead and say so
+//   throws    no handler anywhere: exhausted memory in a container is an exception of portable_stl, and
+//             what a platform operation throws passes through. The native objects turn both into a code.
+//             A sign-in that ends so leaves nobody signed in
+//   blocking  an operation without exchanges returns at once. An exchange normally takes well under a second;
+//             a host that can't be reached holds it for up to 65 s (5 to resolve, 60 to connect), one that
+//             falls silent for 30 s more, and one that drips without end for 15 minutes in all. Each
+//             operation names the most exchanges that it makes, one behind the other; 401 answers that renew
+//             the token are counted in
+namespace quillmarkclient {
+
+struct ClientContext;
+
+// --- Setting up ---
+
+/// Stores both log outlets for the process; null silences. Not guarded: belongs before the first client.
+QUILLMARK_CORE_EXPORT void SetLogCallbacks(quillmarkclient_core::TraceOutlet trace,
+                                           quillmarkclient_core::ErrorOutlet error) noexcept;
+
+/// The version constant of this build, see Version.h.
+[[nodiscard]] QUILLMARK_CORE_EXPORT std::uint32_t GetLibraryVersion() noexcept;
+
+/// Builds a client and restores a stored sign-in. Up to 2 exchanges, none when nothing is stored.
+///
+/// The platform table becomes the process's table, for clients made before as well. A stored sign-in that is
+/// damaged or that the service refuses is no failure: nobody is signed in then.
+///   returns  0; kInvalidParameters (null argument; null or empty serviceUrl); kVersionMismatch;
+///            kNotImplemented for clientKind 1 and 2, whose clients this version does not have yet;
+///            kInsufficientResources. Up to kNotImplemented `*out` stays as it was and nothing else is
+///            touched, behind it `*out` is null
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode Initialize(const QuillmarkClientInit* init,
+                                                          ClientContext** out, void* platformContext);
+
+/// Ends the client and all that it owns; null is ignored. Blocks that it gave out live on.
+QUILLMARK_CORE_EXPORT void Shutdown(ClientContext* context, void* platformContext);
+
+/// Takes back what an operation gave out; null is accepted, and a null handle too. Returns 0.
+QUILLMARK_CORE_EXPORT ResultCode FreeMemory(ClientContext* context, void* block, void* platformContext);
+
+// --- Sign-in: each returns the service's answer; a success is stored for the next start ---
+//
+// Three codes are steps rather than faults, though they are reported like all: kSecondFactorRequired (the
+// challenge stands in GetLastServiceError, then ConfirmSecondFactor), kInvalidVerificationCode (once more)
+// and kTooManyContexts (GetCustomerContexts, then SignInToContext). Storing may fail; that is traced, and the
+// sign-in stands for this run.
+
+/// Signs in by password. A former sign-in is dropped first, its stored identity included, so that a refusal
+/// leaves nobody signed in. Login and password may be empty: the service judges. Up to 7 exchanges.
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode SignIn(ClientContext* context, const char* login,
+                                                      const char* password, void* platformContext);
+
+/// Answers a second-factor challenge; null or empty arguments are kInvalidParameters, without an exchange.
+/// Up to 10 exchanges.
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode ConfirmSecondFactor(ClientContext* context,
+                                                                   const char* challengeToken,
+                                                                   const char* code, void* platformContext);
+
+/// The contexts to choose from: a list of pointers ended by a null pointer. Up to 8 exchanges.
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode GetCustomerContexts(ClientContext* context,
+                                                                   CustomerContext*** out,
+                                                                   void* platformContext);
+
+/// Chooses one. A null record, and a null id with kind 1, are kInvalidParameters. Up to 4 exchanges.
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode SignInToContext(ClientContext* context,
+                                                               const ContextChoice* choice,
+                                                               void* platformContext);
+
+// --- Tokens and identity ---
+
+/// Non-zero while there is a sign-in, a pending choice of a context included. A bad handle is reported and
+/// gives 0.
+[[nodiscard]] QUILLMARK_CORE_EXPORT std::uint32_t IsSignedIn(const ClientContext* context,
+                                                             void* platformContext);
+
+/// The access token's text, whatever its state: empty before any sign-in, the former one after SignOut.
+///   returns  0; kInvalidParameters (null handle or out); kRegistryNotInitialized (no session);
+///            kInsufficientResources; a code of the session, traced only
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode GetAccessToken(ClientContext* context, char** out,
+                                                              void* platformContext);
+
+/// Renews the access token by the identity and hands it out. Nothing is stored. Up to 2 exchanges.
+///   returns  as GetAccessToken; kInvalidParameters also when there is no identity
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode RefreshAccessToken(ClientContext* context, char** out,
+                                                                  void* platformContext);
+
+/// Forgets the sign-in and deletes the stored identity; the stored context token stays. No exchange: nothing
+/// is revoked at the service. A bad handle is reported.
+QUILLMARK_CORE_EXPORT void SignOut(ClientContext* context, void* platformContext);
+
+// --- Information ---
+
+/// The user's details; kAuthorizationDenied unless signed in. Up to 4 exchanges.
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode GetCustomerData(ClientContext* context, CustomerData** out,
+                                                               void* platformContext);
+
+/// The service's base URL as it was given; kInternalError for a handle without a core.
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode GetBasicEndpoint(ClientContext* context, char** out,
+                                                                void* platformContext);
+
+/// The first of the machine's identifiers. Asked for once per client; kMachineId when it can't be had.
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode GetDeviceId(ClientContext* context, char** out,
+                                                           void* platformContext);
+
+/// The detail of the service's last refusal. `*out` is null, with success, when there was none yet. A later
+/// success does not clear it.
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode GetLastServiceError(ClientContext* context,
+                                                                   ServiceErrorRecord** out,
+                                                                   void* platformContext);
+
+}  // namespace quillmarkclient

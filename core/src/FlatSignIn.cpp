@@ -1,0 +1,103 @@
+#include "core/src/FlatOperations.h"
+#include "core/src/FlatSupport.h"
+#include "core/src/PodMaker.h"
+#include "core/src/core/TokenFiles.h"
+#include "core/src/registry/SessionGuard.h"
+
+namespace quillmarkclient {
+
+using portable_stl::string;
+
+namespace {
+
+ResultCode ReadState(ClientContext& context, registry::AuthState& state, void* platformContext) {
+    const auto code = context.registryClient->ObtainIdentitySecret(
+        context.identityName, string(), context.lastServiceError.get(), platformContext);
+    return IsSuccess(code) ? context.registryClient->GetAuthState(state) : code;
+}
+
+void WriteTokenFiles(ClientContext& context, void* platformContext) {
+    registry::AuthState state;
+    if (const auto code = ReadState(context, state, platformContext); !IsSuccess(code)) {
+        QUILLMARK_TRACE("Can not get information about token: %s", GetErrorText(code));
+        return;
+    }
+    quillmarkclient_core::StoreIdentityFile(*context.core, state.identitySecret, state.contextMode,
+                                            state.contextId, platformContext);
+    quillmarkclient_core::StoreContextFile(*context.core, state.accessToken, platformContext);
+}
+
+// Keeps a good sign-in for the next start. No code makes the sign-in itself fail; an exception does.
+void PersistTokens(ClientContext& context, void* platformContext) {
+    registry::SessionGuard guard(*context.registryClient);
+    WriteTokenFiles(context, platformContext);
+    guard.Dismiss();
+}
+
+bool IsEmpty(const char* text) {
+    return text == nullptr || *text == '\0';
+}
+
+}  // namespace
+
+ResultCode SignIn(ClientContext* context, const char* login, const char* password, void* platformContext) {
+    if (!HasSession(context))
+        return Report(ResultCode::kNotInitialized);
+    if (login == nullptr || password == nullptr)
+        return Report(ResultCode::kInvalidParameters);
+
+    if (context->core->IsSignedIn())
+        SignOut(context, platformContext);
+    const auto code =
+        context->registryClient->Authorize(login, password, context->lastServiceError.get(), platformContext);
+    if (!IsSuccess(code))
+        return Report(code);
+    PersistTokens(*context, platformContext);
+    return code;
+}
+
+ResultCode ConfirmSecondFactor(ClientContext* context, const char* challengeToken, const char* code,
+                               void* platformContext) {
+    if (!HasSession(context))
+        return Report(ResultCode::kNotInitialized);
+    if (IsEmpty(challengeToken) || IsEmpty(code))
+        return Report(ResultCode::kInvalidParameters);
+
+    const auto result = context->registryClient->AuthorizeSecondFactor(
+        challengeToken, code, context->lastServiceError.get(), platformContext);
+    if (!IsSuccess(result))
+        return Report(result);
+    PersistTokens(*context, platformContext);
+    return result;
+}
+
+ResultCode GetCustomerContexts(ClientContext* context, CustomerContext*** out, void* platformContext) {
+    if (!HasSession(context))
+        return Report(ResultCode::kNotInitialized);
+    if (out == nullptr)
+        return Report(ResultCode::kInvalidParameters);
+
+    portable_stl::vector<registry::ContextEntry> contexts;
+    const auto code =
+        context->registryClient->GetContexts(contexts, context->lastServiceError.get(), platformContext);
+    if (!IsSuccess(code))
+        return Report(code);
+    *out = PodMaker::MakeCustomerContexts(contexts);
+    return *out != nullptr ? code : Report(ResultCode::kInsufficientResources);
+}
+
+ResultCode SignInToContext(ClientContext* context, const ContextChoice* choice, void* platformContext) {
+    if (!HasSession(context))
+        return Report(ResultCode::kNotInitialized);
+    if (choice == nullptr || (choice->kind == registry::kTrustorContext && choice->contextId == nullptr))
+        return Report(ResultCode::kInvalidParameters);
+
+    const auto code = context->registryClient->SelectContext(
+        choice->kind, choice->contextId, context->lastServiceError.get(), platformContext);
+    if (!IsSuccess(code))
+        return Report(code);
+    PersistTokens(*context, platformContext);
+    return code;
+}
+
+}  // namespace quillmarkclient

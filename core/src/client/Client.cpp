@@ -1,0 +1,10 @@
+#include "core/src/client/Client.h"
+
+#include "core/src/client/Client_impl.h"
+#include "core/src/system/SystemApi.h"
+
+namespace quillmarkclient_core {
+
+template class Client<SystemApi>;
+
+}  // namespace quillmarkclient_core

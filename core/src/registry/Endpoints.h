@@ -1,0 +1,11 @@
+#pragma once
+
+namespace registry {
+
+// The endpoint bases of the account service. Each stands directly behind the service's base URL, which ends
+// without a slash.
+inline constexpr char kUserRegistry[] = "/api/registry";               // user, identity records, trust list
+inline constexpr char kCustomerRegistry[] = "/api/customer/registry";  // customer sign-in and tokens
+inline constexpr char kBusinessRegistry[] = "/api/business/registry";  // business sign-in and tokens
+
+}  // namespace registry

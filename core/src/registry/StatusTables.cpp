@@ -1,0 +1,124 @@
+#include "core/src/registry/StatusTables.h"
+
+#include "core/src/registry/ServiceErrors.h"
+
+namespace registry {
+
+using enum QUILLMARKCLIENT_ERROR;
+using enum StatusUse;
+
+constexpr StatusRow kCustomerAuthorizeStatuses[] = {
+    {200, kSuccess, kTake},
+    {400, kCompatibilityBroken, kTake},
+    {401, kInvalidLoginOrPassword, kTake},      // always the password: the body is not asked
+    {403, kEmailUnverifiedOrBlocked, kDecode},  // the body may want a second factor
+    {404, kNotFound, kTake},
+    {500, kInternalServiceError, kTake},
+    {kRest, kCompatibilityBroken, kDecode},
+};
+
+constexpr StatusRow kCustomerAuthorize2FAStatuses[] = {
+    {200, kSuccess, kTake},
+    {400, kCompatibilityBroken, kTake},  // not the code: a wrong one is told by 401 alone
+    {401, kAuthorizationDenied, kDecode},
+    {403, kEmailUnverifiedOrBlocked, kTake},
+    {404, kNotFound, kTake},
+    {500, kInternalServiceError, kTake},
+    {kRest, kCompatibilityBroken, kDecode},
+};
+
+constexpr StatusRow kAuthorizeViaIdentityStatuses[] = {
+    {200, kSuccess, kTake},
+    {400, kCompatibilityBroken, kTake},
+    {401, kAuthorizationDenied, kTake},
+    {403, kAuthorizationDenied, kTake},
+    {404, kNotFound, kTake},
+    {500, kInternalServiceError, kTake},
+    {kRest, kCompatibilityBroken, kDecode},
+};
+
+constexpr StatusRow kCustomerContextStatuses[] = {
+    {200, kSuccess, kTake},
+    {400, kCompatibilityBroken, kTake},
+    {401, kAuthorizationDenied, kTake},
+    {403, kEmailUnverifiedOrBlocked, kTake},
+    {404, kCustomerNotFound, kTake},
+    {500, kInternalServiceError, kTake},
+    {kRest, kCompatibilityBroken, kDecode},
+};
+
+constexpr StatusRow kCustomerTrustTokenStatuses[] = {
+    {200, kSuccess, kTake},
+    {400, kCompatibilityBroken, kTake},
+    {401, kAuthorizationDenied, kTake},
+    {403, kAuthorizationDenied, kTake},
+    {404, kNotFound, kTake},
+    {500, kInternalServiceError, kTake},
+    {kRest, kCompatibilityBroken, kDecode},
+};
+
+constexpr StatusRow kTrusteeTrustsStatuses[] = {
+    {200, kSuccess, kTake},
+    {400, kCompatibilityBroken, kTake},
+    {401, kAuthorizationDenied, kTake},
+    {403, kEmailUnverifiedOrBlocked, kTake},
+    {404, kCustomerNotFound, kTake},
+    {500, kInternalServiceError, kTake},
+    {kRest, kCompatibilityBroken, kDecode},
+};
+
+constexpr StatusRow kGetCustomerInfoStatuses[] = {
+    {200, kSuccess, kTake},
+    {401, kAuthorizationDenied, kTake},
+    {404, kCustomerNotFound, kTake},
+    {kRest, kCompatibilityBroken, kDecode},
+};
+
+constexpr StatusRow kIdentityGetRecordsStatuses[] = {
+    {200, kSuccess, kTake},
+    {401, kAuthorizationDenied, kTake},
+    {500, kInternalServiceError, kTake},
+    {503, kServiceMaintenance, kTake},
+    {kRest, kCompatibilityBroken, kDecode},
+};
+
+constexpr StatusRow kIdentityGetTokenStatuses[] = {
+    {200, kSuccess, kTake},
+    {401, kAuthorizationDenied, kTake},
+    {403, kAuthorizationDenied, kTake},
+    {404, kAuthorizationDenied, kTake},
+    {500, kInternalServiceError, kTake},
+    {503, kServiceMaintenance, kTake},
+    {kRest, kCompatibilityBroken, kDecode},
+};
+
+constexpr StatusRow kIdentityCreateRecordStatuses[] = {
+    {200, kSuccess, kTake},
+    {400, kCompatibilityBroken, kTake},
+    {401, kAuthorizationDenied, kTake},
+    {404, kCustomerNotFound, kTake},
+    {409, kCustomerNotFound, kTake},
+    {500, kInternalServiceError, kTake},
+    {kRest, kCompatibilityBroken, kDecode},
+};
+
+constexpr StatusRow kIdentityUnknownModeStatuses[] = {
+    {kRest, kInternalServiceError, kTake},  // 200 included
+};
+
+ResultCode CheckStatus(const StatusRow* table, std::uint32_t httpCode,
+                       const portable_stl::string& responseBody, ServiceErrorInfo** errorInfo) {
+    const StatusRow* row = table;
+    while (row->httpCode != httpCode && row->httpCode != kRest)
+        ++row;
+    const ResultCode code =
+        row->use == kDecode ? DecodeServiceError(httpCode, responseBody, row->code) : row->code;
+    if (IsSuccess(code))
+        return kSuccess;
+    // A body that can't be read costs the record its detail; the code stands.
+    if (*errorInfo != nullptr)
+        FillServiceErrorInfo(**errorInfo, code, httpCode, responseBody);
+    return code;
+}
+
+}  // namespace registry

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "core/src/registry/requests/InformationRequests.h"
+
+namespace registry {
+
+template <class Api>
+GetCustomerInfoRequest<Api>::GetCustomerInfoRequest(const GetCustomerInfoParams& params)
+    : CatalogueRequest<Api>(kGetCustomerInfoRow, params.baseUrl) {
+    this->Finish();
+}
+
+}  // namespace registry

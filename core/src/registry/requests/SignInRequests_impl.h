@@ -1,0 +1,25 @@
+#pragma once
+
+#include "core/src/registry/requests/SignInRequests.h"
+
+namespace registry {
+
+template <class Api>
+CustomerAuthorizeRequest<Api>::CustomerAuthorizeRequest(const CustomerAuthorizeParams& params)
+    : CatalogueRequest<Api>(kCustomerAuthorizeRow, params.baseUrl) {
+    this->FinishWithFields({{"login", params.login}, {"password", params.password}});
+}
+
+template <class Api>
+CustomerAuthorize2FARequest<Api>::CustomerAuthorize2FARequest(const CustomerAuthorize2FAParams& params)
+    : CatalogueRequest<Api>(kCustomerAuthorize2FARow, params.baseUrl) {
+    this->FinishWithFields({{"challengeToken", params.challengeToken}, {"code", params.code}});
+}
+
+template <class Api>
+AuthorizeViaIdentityRequest<Api>::AuthorizeViaIdentityRequest(const AuthorizeViaIdentityParams& params)
+    : CatalogueRequest<Api>(kAuthorizeViaIdentityRows[params.isBusiness ? 1 : 0], params.baseUrl) {
+    this->FinishWithFields({{"secretKey", params.secretKey}});
+}
+
+}  // namespace registry

@@ -1,0 +1,301 @@
+// What a session is after an exception of the memory or of the platform has ended an operation.
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "portable_stl/exception.h"
+#include "tests/support/AllocationFailure.h"
+#include "tests/support/FlatFixture.h"
+#include "tests/support/HookedTable.h"
+
+namespace {
+
+using quillmarkclient::ClientContext;
+using test::Operation;
+
+// The fakes' own allocations do not fail.
+struct Pause {
+    test::AllocationPause pause;
+};
+
+struct Thrown {};
+
+enum class Ending { kReturned, kThrew };
+
+// Too long for the short form of a text, so that each copy can fail.
+constexpr char kLongId[] = "organisation-with-a-name-that-is-long";
+constexpr char kLongSecret[] = "identity-secret-that-is-longer-than-short";
+constexpr char kOtherId[] = "another-organisation-with-a-long-name";
+constexpr char kOtherSecret[] = "another-identity-secret-that-is-long";
+
+constexpr std::size_t kMostSteps = 5000;  // of one call; more means that a loop does not end
+
+constexpr struct SignInRow {
+    const char* name;
+    bool signedIn;  // whether the call starts from a sign-in
+    bool oneTrust;  // the own context is refused and one organisation stands in for it
+    ResultCode (*run)(ClientContext*);
+    std::size_t exchanges;
+} kSignIns[] = {
+    {"SignIn", false, false, [](ClientContext* c) { return SignIn(c, "anna", "pw", nullptr); }, 6},
+    {"SignIn, one trust", false, true, [](ClientContext* c) { return SignIn(c, "anna", "pw", nullptr); }, 7},
+    {"SignIn again", true, false, [](ClientContext* c) { return SignIn(c, "anna", "pw", nullptr); }, 6},
+    {"ConfirmSecondFactor", false, false,
+     [](ClientContext* c) { return ConfirmSecondFactor(c, "challenge-1", "1", nullptr); }, 6},
+    {"ConfirmSecondFactor, one trust", false, true,
+     [](ClientContext* c) { return ConfirmSecondFactor(c, "challenge-1", "1", nullptr); }, 7},
+};
+
+class FlatExceptions : public test::FlatFixture {
+protected:
+    FlatExceptions() {
+        init.table = test::Hooked<Pause>(platform.table);
+        quillmarkclient::SetLogCallbacks(nullptr, nullptr);
+        service.Answer(test::kIdentitySecret, 200, kLongSecret);
+    }
+
+    void Prepare(const SignInRow& row) {
+        platform.files.clear();
+        OfferOneTrust(false);
+        Start();
+        if (row.signedIn) {
+            ASSERT_EQ(SignIn(context, "anna", "pw", nullptr), ResultCode::kSuccess);
+        }
+        OfferOneTrust(row.oneTrust);
+    }
+
+    void OfferOneTrust(bool isOffered) {
+        if (isOffered) {
+            service.Answer(test::kTrusts, 200,
+                           std::string(R"([{"id":"1","trustorId":")") + kLongId +
+                               R"(","trustorDetails":{"type":"Organization","name":"First"}}])");
+            service.Answer(test::kOwnContextToken, 403, "");
+        } else {
+            service.Answer(test::kTrusts, 200, "[]");
+            service.Answer(test::kOwnContextToken, 200, R"({"accessToken":"own-token"})");
+        }
+    }
+
+    // Runs `call` with the nth call of `operation` throwing.
+    template <class Call>
+    Ending RunThrowing(Operation operation, std::size_t nth, Call call) {
+        platform.before = [operation, nth, count = std::size_t{0}](Operation called) mutable {
+            if (called == operation && ++count == nth)
+                throw Thrown();
+        };
+        auto ending = Ending::kReturned;
+        try {
+            code_ = call(context);
+        } catch (const Thrown&) {
+            ending = Ending::kThrew;
+        }
+        platform.before = nullptr;
+        return ending;
+    }
+
+    // Runs `call` with the nth allocation failing.
+    template <class Call>
+    Ending RunStarved(std::size_t nth, bool* hasFailed, Call call) {
+        const test::FailingAllocation failing(nth);
+        auto ending = Ending::kReturned;
+        try {
+            code_ = call(context);
+        } catch (const portable_stl::exception&) {
+            ending = Ending::kThrew;
+        }
+        *hasFailed = failing.HasFailed();
+        return ending;
+    }
+
+    void ExpectNobody(std::size_t nth) {
+        const auto& session = *context->registryClient;
+        EXPECT_FALSE(IsSignedIn()) << nth;
+        EXPECT_EQ(session.contextMode, 2u) << nth;
+        EXPECT_STREQ(session.contextId.c_str(), "") << nth;
+        EXPECT_STREQ(session.identitySecret.c_str(), "") << nth;
+    }
+
+    // "token text, mark, secret, mode, id"
+    std::string State() const {
+        const auto& session = *context->registryClient;
+        return std::string(session.token.text.c_str()) + ", " + std::to_string(session.token.present) + ", " +
+               session.identitySecret.c_str() + ", " + std::to_string(session.contextMode) + ", " +
+               session.contextId.c_str();
+    }
+
+    ResultCode code_ = ResultCode::kSuccess;
+};
+
+TEST_F(FlatExceptions, ASignInEndedByThePlatformLeavesNobodySignedIn) {
+    static const struct {
+        const char* name;
+        Operation operation;
+    } operations[] = {
+        {"HttpRequest", Operation::HttpRequest},     {"FileSetSize", Operation::FileSetSize},
+        {"FileWrite", Operation::FileWrite},         {"Encrypt", Operation::Encrypt},
+        {"GetMachineIds", Operation::GetMachineIds},
+    };
+    for (const SignInRow& row : kSignIns) {
+        for (const auto& operation : operations) {
+            SCOPED_TRACE(std::string(row.name) + ", " + operation.name);
+            std::size_t nth = 1;
+            for (;; ++nth) {
+                ASSERT_LT(nth, kMostSteps);
+                Prepare(row);
+                if (RunThrowing(operation.operation, nth, row.run) == Ending::kReturned)
+                    break;
+                ExpectNobody(nth);
+            }
+            EXPECT_EQ(code_, ResultCode::kSuccess);
+            EXPECT_TRUE(IsSignedIn());
+            if (operation.operation == Operation::HttpRequest) {
+                EXPECT_EQ(nth - 1, row.exchanges);
+            } else if (operation.operation != Operation::GetMachineIds) {
+                EXPECT_GE(nth - 1, 2u) << "one for each file";
+            }
+        }
+    }
+}
+
+TEST_F(FlatExceptions, ASignInEndedByTheMemoryLeavesNobodySignedIn) {
+    for (const SignInRow& row : kSignIns) {
+        SCOPED_TRACE(row.name);
+        std::size_t thrown = 0;
+        for (std::size_t nth = 1;; ++nth) {
+            ASSERT_LT(nth, kMostSteps);
+            Prepare(row);
+            bool hasFailed = false;
+            const auto ending = RunStarved(nth, &hasFailed, row.run);
+            if (!hasFailed)
+                break;
+            if (ending == Ending::kReturned) {
+                EXPECT_EQ(IsSignedIn(), IsSuccess(code_)) << nth;
+                continue;
+            }
+            ++thrown;
+            ExpectNobody(nth);
+        }
+        EXPECT_GT(thrown, 50u);
+    }
+}
+
+constexpr struct RenewalRow {
+    const char* name;
+    ResultCode (*run)(ClientContext*);
+    std::size_t exchanges;  // up to the end of the renewal
+    const char* renewedState;
+} kRenewals[] = {
+    {"by another secret for another organisation",
+     [](ClientContext* c) {
+         return c->registryClient->ReauthorizeViaIdentity(kOtherSecret, 1, kOtherId, nullptr, nullptr);
+     },
+     2, "trust-token, 1, another-identity-secret-that-is-long, 1, another-organisation-with-a-long-name"},
+    {"by another secret for the own context",
+     [](ClientContext* c) {
+         return c->registryClient->ReauthorizeViaIdentity(kOtherSecret, 0, "", nullptr, nullptr);
+     },
+     2, "own-token, 1, another-identity-secret-that-is-long, 1, organisation-with-a-name-that-is-long"},
+};
+
+class FlatRenewalExceptions : public FlatExceptions {
+protected:
+    void PrepareRenewal() {
+        Start();
+        auto& session = *context->registryClient;
+        session.token = quillmarkclient_core::Token("former.e30.signature-of-some-length", true);
+        session.identitySecret = kLongSecret;
+        session.contextMode = 1;
+        session.contextId = kLongId;
+    }
+    static constexpr char kFormer[] =
+        "former.e30.signature-of-some-length, 1, identity-secret-that-is-longer-than-short, 1, "
+        "organisation-with-a-name-that-is-long";
+};
+
+TEST_F(FlatRenewalExceptions, EndedByThePlatformPutsTheFormerSessionBack) {
+    for (const RenewalRow& row : kRenewals) {
+        SCOPED_TRACE(row.name);
+        std::size_t nth = 1;
+        for (;; ++nth) {
+            ASSERT_LT(nth, kMostSteps);
+            PrepareRenewal();
+            if (RunThrowing(Operation::HttpRequest, nth, row.run) == Ending::kReturned)
+                break;
+            EXPECT_EQ(State(), kFormer) << nth;
+        }
+        EXPECT_EQ(nth - 1, row.exchanges);
+        EXPECT_EQ(State(), row.renewedState);
+    }
+}
+
+TEST_F(FlatRenewalExceptions, EndedByTheMemoryPutsTheFormerSessionBack) {
+    for (const RenewalRow& row : kRenewals) {
+        SCOPED_TRACE(row.name);
+        std::size_t thrown = 0;
+        for (std::size_t nth = 1;; ++nth) {
+            ASSERT_LT(nth, kMostSteps);
+            PrepareRenewal();
+            bool hasFailed = false;
+            const auto ending = RunStarved(nth, &hasFailed, row.run);
+            if (!hasFailed)
+                break;
+            if (ending == Ending::kThrew)
+                ++thrown;
+            const bool isRenewed = ending == Ending::kReturned && IsSuccess(code_);
+            EXPECT_EQ(State(), isRenewed ? row.renewedState : kFormer) << nth;
+        }
+        EXPECT_GT(thrown, 20u);
+        EXPECT_EQ(State(), row.renewedState);
+    }
+}
+
+TEST_F(FlatRenewalExceptions, OnTheWayOfARequestPutsTheFormerSessionBack) {
+    static const struct {
+        const char* name;
+        std::size_t nth;
+        const char* state;
+    } rows[] = {
+        {"the request itself", 1, kFormer},
+        {"the renewal", 2, kFormer},
+        {"its context", 3, kFormer},
+        {"the request again", 4,
+         "trust-token, 1, identity-secret-that-is-longer-than-short, 1, "
+         "organisation-with-a-name-that-is-long"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        PrepareRenewal();
+        service.Answer(test::kUser, 401, "");
+        quillmarkclient::CustomerData* data = nullptr;
+        EXPECT_EQ(RunThrowing(Operation::HttpRequest, row.nth,
+                              [&](ClientContext* c) { return GetCustomerData(c, &data, nullptr); }),
+                  Ending::kThrew);
+        EXPECT_EQ(State(), row.state);
+    }
+}
+
+TEST_F(FlatRenewalExceptions, AChoiceEndedByTheMemoryChangesAllOrNothing) {
+    std::size_t thrown = 0;
+    for (std::size_t nth = 1;; ++nth) {
+        ASSERT_LT(nth, kMostSteps);
+        PrepareRenewal();
+        context->registryClient->contextMode = 0;
+        const std::string before = State();
+        bool hasFailed = false;
+        const auto ending = RunStarved(nth, &hasFailed, [](ClientContext* c) {
+            return c->registryClient->SelectContext(1, kOtherId, nullptr, nullptr);
+        });
+        if (!hasFailed)
+            break;
+        thrown += ending == Ending::kThrew ? 1 : 0;
+        EXPECT_EQ(State(), before) << nth;
+    }
+    EXPECT_GT(thrown, 10u);
+    EXPECT_EQ(State(),
+              "trust-token, 1, identity-secret-that-is-longer-than-short, 1, "
+              "another-organisation-with-a-long-name");
+}
+
+}  // namespace

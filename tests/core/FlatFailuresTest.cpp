@@ -1,0 +1,368 @@
+// What the flat operations do when the memory ends, when the platform fails or lacks an operation, and what
+// of a caller's they hand to the platform.
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <set>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "core/src/core/Cryptographer.h"
+#include "portable_stl/exception.h"
+#include "tests/support/AllocationFailure.h"
+#include "tests/support/FlatFixture.h"
+#include "tests/support/HookedTable.h"
+
+namespace {
+
+using quillmarkclient::ClientContext;
+using quillmarkclient_core::PlatformTable;
+using quillmarkclient_core::SystemApi;
+using test::Operation;
+
+// The fakes' own allocations do not fail.
+struct Pause {
+    test::AllocationPause pause;
+};
+
+// One call of a flat operation, and what comes out given back.
+struct Call {
+    const char* name;
+    ResultCode (*run)(ClientContext*);
+    bool signedIn;  // whether the call starts from a sign-in
+};
+
+template <class Out>
+ResultCode TakeAndFree(ClientContext* context, ResultCode (*operation)(ClientContext*, Out**, void*)) {
+    Out* out = nullptr;
+    const auto code = operation(context, &out, nullptr);
+    if (IsSuccess(code))
+        quillmarkclient::FreeMemory(context, out, nullptr);
+    return code;
+}
+
+constexpr Call kCalls[] = {
+    {"SignIn", [](ClientContext* c) { return quillmarkclient::SignIn(c, "anna", "pw", nullptr); }, false},
+    {"SignIn again", [](ClientContext* c) { return quillmarkclient::SignIn(c, "anna", "pw", nullptr); },
+     true},
+    {"ConfirmSecondFactor",
+     [](ClientContext* c) { return quillmarkclient::ConfirmSecondFactor(c, "challenge-1", "1", nullptr); },
+     false},
+    {"GetCustomerContexts",
+     [](ClientContext* c) { return TakeAndFree(c, &quillmarkclient::GetCustomerContexts); }, true},
+    {"SignInToContext",
+     [](ClientContext* c) {
+         const quillmarkclient::ContextChoice choice{1, "organisation-with-a-name-that-is-long"};
+         return quillmarkclient::SignInToContext(c, &choice, nullptr);
+     },
+     true},
+    {"IsSignedIn",
+     [](ClientContext* c) {
+         return quillmarkclient::IsSignedIn(c, nullptr) != 0 ? ResultCode::kSuccess
+                                                             : ResultCode::kNotInitialized;
+     },
+     true},
+    {"GetAccessToken", [](ClientContext* c) { return TakeAndFree(c, &quillmarkclient::GetAccessToken); },
+     true},
+    {"RefreshAccessToken",
+     [](ClientContext* c) { return TakeAndFree(c, &quillmarkclient::RefreshAccessToken); }, true},
+    {"SignOut",
+     [](ClientContext* c) {
+         quillmarkclient::SignOut(c, nullptr);
+         return ResultCode::kSuccess;
+     },
+     true},
+    {"GetCustomerData", [](ClientContext* c) { return TakeAndFree(c, &quillmarkclient::GetCustomerData); },
+     true},
+    {"GetBasicEndpoint", [](ClientContext* c) { return TakeAndFree(c, &quillmarkclient::GetBasicEndpoint); },
+     false},
+    {"GetDeviceId", [](ClientContext* c) { return TakeAndFree(c, &quillmarkclient::GetDeviceId); }, false},
+    {"GetLastServiceError",
+     [](ClientContext* c) { return TakeAndFree(c, &quillmarkclient::GetLastServiceError); }, true},
+};
+
+class FlatFailures : public test::FlatFixture {
+protected:
+    FlatFailures() {
+        init.table = test::Hooked<Pause>(platform.table);
+        init.identityName = "a-name-that-does-not-fit-the-short-form";
+        init.auxiliary4 = "a-text-that-does-not-fit-the-short-form";
+        quillmarkclient::SetLogCallbacks(nullptr, nullptr);
+        const auto cipher = portable_stl::make_shared<quillmarkclient_core::Cryptographer<SystemApi>>(false);
+        for (const auto& [path, text] :
+             {std::pair{"store/LIC0", R"({"identityToken":"stored-secret","contextType":"b2c"})"},
+              std::pair{"store/LIC", R"({"contextToken":"stored-token"})"}}) {
+            EXPECT_EQ(quillmarkclient_core::WriteEncryptedFile<SystemApi>(path, text, &cipher, nullptr),
+                      ResultCode::kSuccess);
+        }
+        storedFiles_ = platform.files;
+    }
+
+    // A client as the call wants it, the same each time, with a refusal to be asked for.
+    void Prepare(const Call& call) {
+        platform.files = call.signedIn ? storedFiles_ : std::map<std::string, std::string>();
+        Start();
+        context->lastServiceError->resultCode = 1;
+        context->lastServiceError->errorArgs.push_back({"name", "value"}).value();
+        platform.requests.clear();
+    }
+
+    void ExpectUsable() {
+        EXPECT_EQ(quillmarkclient::SignIn(context, "anna", "pw", nullptr), ResultCode::kSuccess);
+        EXPECT_EQ(AccessToken(), "own-token");
+    }
+
+private:
+    std::map<std::string, std::string> storedFiles_;
+};
+
+constexpr std::size_t kMostAllocations = 5000;  // of one call; more means that a loop does not end
+
+TEST_F(FlatFailures, EachAllocationOfInitializeFailsInTurn) {
+    const auto files = platform.files;
+    for (std::size_t nth = 1;; ++nth) {
+        ASSERT_LT(nth, kMostAllocations);
+        platform.files = files;
+        auto* out = reinterpret_cast<ClientContext*>(0x5a);
+        auto code = ResultCode::kSuccess;
+        bool failed = false;
+        bool thrown = false;
+        {
+            test::FailingAllocation failing(nth);
+            try {
+                code = quillmarkclient::Initialize(&init, &out, nullptr);
+            } catch (const portable_stl::exception&) {
+                thrown = true;
+            }
+            failed = failing.HasFailed();
+        }
+        if (thrown || !IsSuccess(code)) {
+            EXPECT_TRUE(failed);
+            EXPECT_EQ(out, nullptr) << nth;
+            EXPECT_TRUE(thrown || code == ResultCode::kInsufficientResources) << nth;
+            EXPECT_EQ(platform.BlocksOut(), 0) << nth;
+            continue;
+        }
+        // A restore that found no memory for a request leaves a good client with nobody signed in.
+        context = out;
+        if (!failed)
+            break;
+        Stop();
+    }
+    EXPECT_TRUE(IsSignedIn());
+}
+
+TEST_F(FlatFailures, EachAllocationOfEachCallFailsInTurn) {
+    std::size_t failures = 0;
+    for (const Call& call : kCalls) {
+        SCOPED_TRACE(call.name);
+        for (std::size_t nth = 1;; ++nth) {
+            ASSERT_LT(nth, kMostAllocations);
+            Prepare(call);
+            const long blocks = platform.BlocksOut();
+            auto code = ResultCode::kSuccess;
+            bool failed = false;
+            {
+                test::FailingAllocation failing(nth);
+                try {
+                    code = call.run(context);
+                } catch (const portable_stl::exception&) {
+                }
+                failed = failing.HasFailed();
+            }
+            EXPECT_EQ(platform.BlocksOut(), blocks) << nth;
+            if (!failed) {
+                EXPECT_EQ(code, ResultCode::kSuccess);
+                break;
+            }
+            ++failures;
+            ExpectUsable();
+        }
+    }
+    EXPECT_GT(failures, 300u) << "the calls allocate less than they used to, or nothing fails";
+}
+
+TEST_F(FlatFailures, EachBlockOfTheTableFailsInTurn) {
+    for (const Call& call : kCalls) {
+        SCOPED_TRACE(call.name);
+        for (std::uint32_t nth = 1;; ++nth) {
+            Prepare(call);
+            const auto before = platform.CallCount(Operation::Alloc);
+            platform.FailCall(Operation::Alloc, 1, nth);
+            const auto code = call.run(context);
+            platform.FailCall(Operation::Alloc, 0);
+            if (platform.CallCount(Operation::Alloc) - before < nth) {
+                EXPECT_EQ(code, ResultCode::kSuccess);
+                break;
+            }
+            // The identifiers' block is asked for ahead of the text that is handed out.
+            const bool isOfIdentifiers = std::string(call.name) == "GetDeviceId" && nth == 1;
+            EXPECT_EQ(code, isOfIdentifiers ? ResultCode::kMachineId : ResultCode::kInsufficientResources)
+                << nth;
+            ExpectUsable();
+        }
+    }
+}
+
+// What each call returns when its nth exchange fails. What stores or completes a good sign-in is not essential.
+const struct {
+    const char* call;
+    std::vector<std::uint32_t> codes;
+} kFailedExchanges[] = {
+    {"SignIn", {0x80000006u, 0x80000006u, 0x8200000Cu, 0, 0, 0}},
+    {"SignIn again", {0x80000006u, 0x80000006u, 0x8200000Cu, 0, 0, 0}},
+    {"ConfirmSecondFactor", {0x80000006u, 0x80000006u, 0x8200000Cu, 0, 0, 0}},
+    {"GetCustomerContexts", {0x80000006u}},
+    {"SignInToContext", {0x80000006u, 0, 0, 0}},
+    {"RefreshAccessToken", {0x80000006u, 0x80000006u}},
+    {"GetCustomerData", {0x80000006u}},
+};
+
+std::vector<std::uint32_t> CodesOfFailedExchanges(const std::string& call) {
+    for (const auto& row : kFailedExchanges) {
+        if (row.call == call)
+            return row.codes;
+    }
+    return {};
+}
+
+// What `call` returns with the nth `operation` failing: files, their cipher and the machine's identifiers, where
+// not asked for, fail no call.
+std::uint32_t CodeOfFailure(const std::string& call, Operation operation, std::size_t nth) {
+    if (operation == Operation::HttpRequest)
+        return CodesOfFailedExchanges(call).at(nth - 1);
+    return operation == Operation::GetMachineIds && call == "GetDeviceId" ? 0x81000005u : 0;
+}
+
+TEST_F(FlatFailures, EachPlatformCallFailsInTurn) {
+    static const struct {
+        Operation operation;
+        std::uint32_t code;
+    } failures[] = {
+        {Operation::FileRead, 0x81000002u},    {Operation::FileWrite, 0x81000003u},
+        {Operation::FileGetSize, 0x81000008u}, {Operation::FileSetSize, 0x81000009u},
+        {Operation::FileDelete, 0x8100000Bu},  {Operation::GetMachineIds, 0x80000001u},
+        {Operation::HttpRequest, 0x81000006u}, {Operation::Encrypt, 0x8100000Cu},
+        {Operation::Decrypt, 0x8100000Cu},
+    };
+    for (const Call& call : kCalls) {
+        for (const auto& failure : failures) {
+            SCOPED_TRACE(std::string(call.name) + ", operation " +
+                         std::to_string(static_cast<std::uint32_t>(failure.operation)));
+            std::size_t failed = 0;
+            for (std::uint32_t nth = 1;; ++nth) {
+                Prepare(call);
+                const auto before = platform.CallCount(failure.operation);
+                platform.FailCall(failure.operation, failure.code, nth);
+                const auto code = call.run(context);
+                platform.FailCall(failure.operation, 0);
+                if (platform.CallCount(failure.operation) - before < nth) {
+                    EXPECT_EQ(code, ResultCode::kSuccess);
+                    break;
+                }
+                ++failed;
+                EXPECT_EQ(static_cast<std::uint32_t>(code), CodeOfFailure(call.name, failure.operation, nth))
+                    << nth;
+                ExpectUsable();
+            }
+            if (failure.operation == Operation::HttpRequest) {
+                EXPECT_EQ(failed, CodesOfFailedExchanges(call.name).size());
+            }
+        }
+    }
+}
+
+TEST_F(FlatFailures, ATableWithAnEntryMissingNeverCrashes) {
+    const PlatformTable whole = init.table;
+    blocksMayBeLost = true;  // without Free and HttpFree
+    for (std::size_t entry = 0; entry < sizeof whole / sizeof(void*); ++entry) {
+        SCOPED_TRACE(entry);
+        const long blocks = platform.BlocksOut();
+        init.table = whole;
+        std::memset(reinterpret_cast<char*>(&init.table) + entry * sizeof(void*), 0, sizeof(void*));
+        if (!IsSuccess(quillmarkclient::Initialize(&init, &context, nullptr))) {
+            EXPECT_EQ(entry, static_cast<std::size_t>(Operation::Alloc));
+            EXPECT_EQ(context, nullptr);
+            continue;
+        }
+        std::set<ResultCode> codes;
+        for (const Call& call : kCalls)
+            codes.insert(call.run(context));
+        for (const ResultCode code : codes)
+            EXPECT_STRNE(GetErrorText(code), "Unknown error code");
+        SystemApi::SetTable(whole);
+        Stop();
+        const auto operation = static_cast<Operation>(entry);
+        if (operation != Operation::Free && operation != Operation::HttpFree) {
+            EXPECT_EQ(platform.BlocksOut(), blocks);
+        }
+    }
+    init.table = whole;
+}
+
+// Which contexts the entries were called with.
+std::set<void*> seenContexts;
+
+template <auto Entry>
+struct Spy;
+template <class Result, class... Arguments, Result (*PlatformTable::*Entry)(Arguments...)>
+struct Spy<Entry> {
+    static inline Result (*original)(Arguments...) = nullptr;
+    static inline bool called = false;
+
+    static Result Call(Arguments... arguments) {
+        called = true;
+        seenContexts.insert(std::get<sizeof...(Arguments) - 1>(std::tie(arguments...)));
+        return original(arguments...);
+    }
+    static void Install(PlatformTable& table) {
+        original = table.*Entry;
+        table.*Entry = &Call;
+    }
+};
+
+TEST_F(FlatFailures, TheCallersContextReachesThePlatform) {
+    using T = PlatformTable;
+    Spy<&T::FileRead>::Install(init.table);
+    Spy<&T::FileWrite>::Install(init.table);
+    Spy<&T::FileGetSize>::Install(init.table);
+    Spy<&T::FileSetSize>::Install(init.table);
+    Spy<&T::FileDelete>::Install(init.table);
+    Spy<&T::GetMachineIds>::Install(init.table);
+    Spy<&T::HttpRequest>::Install(init.table);
+    Spy<&T::HttpFree>::Install(init.table);
+    Spy<&T::Encrypt>::Install(init.table);
+    Spy<&T::Decrypt>::Install(init.table);
+    seenContexts.clear();
+
+    int mark = 0;
+    ASSERT_EQ(quillmarkclient::Initialize(&init, &context, &mark), ResultCode::kSuccess);
+    EXPECT_EQ(quillmarkclient::SignIn(context, "anna", "pw", &mark), ResultCode::kSuccess);
+    char* text = nullptr;
+    EXPECT_EQ(quillmarkclient::RefreshAccessToken(context, &text, &mark), ResultCode::kSuccess);
+    quillmarkclient::FreeMemory(context, text, &mark);
+    EXPECT_EQ(quillmarkclient::GetDeviceId(context, &text, &mark), ResultCode::kSuccess);
+    quillmarkclient::FreeMemory(context, text, &mark);
+    quillmarkclient::CustomerData* data = nullptr;
+    EXPECT_EQ(quillmarkclient::GetCustomerData(context, &data, &mark), ResultCode::kSuccess);
+    quillmarkclient::FreeMemory(context, data, &mark);
+    quillmarkclient::SignOut(context, &mark);
+
+    EXPECT_EQ(seenContexts, std::set<void*>{&mark});
+    EXPECT_TRUE(Spy<&T::FileRead>::called);
+    EXPECT_TRUE(Spy<&T::FileWrite>::called);
+    EXPECT_TRUE(Spy<&T::FileGetSize>::called);
+    EXPECT_TRUE(Spy<&T::FileSetSize>::called);
+    EXPECT_TRUE(Spy<&T::FileDelete>::called);
+    EXPECT_TRUE(Spy<&T::GetMachineIds>::called);
+    EXPECT_TRUE(Spy<&T::HttpRequest>::called);
+    EXPECT_TRUE(Spy<&T::HttpFree>::called);
+    EXPECT_TRUE(Spy<&T::Encrypt>::called);
+    EXPECT_TRUE(Spy<&T::Decrypt>::called);
+    platform.Install();
+}
+
+}  // namespace

@@ -1,0 +1,360 @@
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/src/core/Cryptographer.h"
+#include "tests/support/FakeRegistryClient.h"
+#include "tests/support/FlatFixture.h"
+
+namespace {
+
+using quillmarkclient::ClientContext;
+using quillmarkclient::QuillmarkClientInit;
+using quillmarkclient_core::SystemApi;
+using test::Operation;
+
+ClientContext* const kUnset = reinterpret_cast<ClientContext*>(0x5a);  // never followed
+
+class FlatSetup : public test::FlatFixture {
+protected:
+    // Puts `text` into a file of the store as the library writes it.
+    void Store(const std::string& path, const std::string& text, bool useAlternateKeys = false) {
+        platform.Install();
+        const auto cipher =
+            portable_stl::make_shared<quillmarkclient_core::Cryptographer<SystemApi>>(useAlternateKeys);
+        ASSERT_EQ(
+            quillmarkclient_core::WriteEncryptedFile<SystemApi>(path.c_str(), text.c_str(), &cipher, nullptr),
+            ResultCode::kSuccess);
+    }
+};
+
+TEST_F(FlatSetup, VersionIsMajorMinorBuildAndAZeroByte) {
+    EXPECT_EQ(quillmarkclient::GetLibraryVersion(), 0x01020100u);
+}
+
+TEST_F(FlatSetup, ChecksComeInTheirOrderAndTouchNothing) {
+    static const struct {
+        const char* name;
+        void (*spoil)(QuillmarkClientInit&);
+        ResultCode expected;
+    } rows[] = {
+        {"null serviceUrl", [](QuillmarkClientInit& i) { i.serviceUrl = nullptr; },
+         ResultCode::kInvalidParameters},
+        {"empty serviceUrl", [](QuillmarkClientInit& i) { i.serviceUrl = ""; },
+         ResultCode::kInvalidParameters},
+        {"empty serviceUrl before the version",
+         [](QuillmarkClientInit& i) {
+             i.serviceUrl = "";
+             i.version = 1;
+         },
+         ResultCode::kInvalidParameters},
+        {"version 0", [](QuillmarkClientInit& i) { i.version = 0; }, ResultCode::kVersionMismatch},
+        {"another build", [](QuillmarkClientInit& i) { i.version = 0x01020200u; },
+         ResultCode::kVersionMismatch},
+        {"a set low byte", [](QuillmarkClientInit& i) { i.version = 0x01020101u; },
+         ResultCode::kVersionMismatch},
+        {"version before the kind",
+         [](QuillmarkClientInit& i) {
+             i.version = 0;
+             i.clientKind = 1;
+         },
+         ResultCode::kVersionMismatch},
+        {"business client", [](QuillmarkClientInit& i) { i.clientKind = 1; }, ResultCode::kNotImplemented},
+        {"administrator client", [](QuillmarkClientInit& i) { i.clientKind = 2; },
+         ResultCode::kNotImplemented},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        QuillmarkClientInit spoiled = init;
+        spoiled.table.Sleep = nullptr;
+        row.spoil(spoiled);
+        ClientContext* out = kUnset;
+        EXPECT_EQ(quillmarkclient::Initialize(&spoiled, &out, nullptr), row.expected);
+        EXPECT_EQ(out, kUnset);
+        ExpectReported(row.expected);
+        EXPECT_NE(SystemApi::Table().Sleep, nullptr) << "the table was taken over";
+    }
+    EXPECT_EQ(platform.CallCount(Operation::Alloc), 0u);
+    EXPECT_EQ(platform.errors.size(), std::size(rows));
+}
+
+TEST_F(FlatSetup, NullArgumentsAreRefused) {
+    ClientContext* out = kUnset;
+    EXPECT_EQ(quillmarkclient::Initialize(nullptr, &out, nullptr), ResultCode::kInvalidParameters);
+    EXPECT_EQ(out, kUnset);
+    EXPECT_EQ(quillmarkclient::Initialize(&init, nullptr, nullptr), ResultCode::kInvalidParameters);
+    EXPECT_EQ(quillmarkclient::Initialize(nullptr, nullptr, nullptr), ResultCode::kInvalidParameters);
+    EXPECT_EQ(platform.errors.size(), 3u);
+}
+
+TEST_F(FlatSetup, UnknownKindsActAsCustomer) {
+    for (const std::uint32_t kind : {0u, 3u, 0xFFFFFFFFu}) {
+        init.clientKind = kind;
+        Start();
+        EXPECT_EQ(context->registryClient->kind, 0u) << kind;
+    }
+}
+
+TEST_F(FlatSetup, FolderIsCompleted) {
+    static const struct {
+        const char* name;
+        const char* given;
+        const char* completed;
+    } rows[] = {
+        {"null", nullptr, ""},
+        {"empty stays empty", "", ""},
+        {"no separator", "/home/anna/x", "/home/anna/x/"},
+        {"backslashes get a forward slash", "C:\\x", "C:\\x/"},
+        {"backslash at the end", "C:\\x\\", "C:\\x\\"},
+        {"slash at the end", "x/", "x/"},
+        {"the root", "/", "/"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        init.storagePath = row.given;
+        Start();
+        EXPECT_STREQ(context->storagePath.c_str(), row.completed);
+        EXPECT_STREQ(context->core->storagePath.c_str(), row.completed);
+        EXPECT_STREQ(context->registryClient->dataFolder.c_str(), row.completed);
+    }
+}
+
+TEST_F(FlatSetup, ParametersReachTheirObjects) {
+    init.identityName = "our-identity";
+    init.auxiliary4 = "kept";
+    init.retryPolicy = {7, 0, 2000, 0};
+    Start();
+    EXPECT_STREQ(context->identityName.c_str(), "our-identity");
+    EXPECT_STREQ(context->auxiliary4.c_str(), "kept");
+    EXPECT_TRUE(context->deviceId.empty());
+    EXPECT_FALSE(context->useAlternateKeys);
+    EXPECT_STREQ(context->registryClient->baseUrl.c_str(), test::kServiceUrl);
+    EXPECT_STREQ(context->core->serviceUrl.c_str(), test::kServiceUrl);
+    EXPECT_EQ(context->core->registryClient, context->registryClient.get());
+    EXPECT_EQ(context->core->cryptographer.get(), context->cryptographer.get());
+    EXPECT_EQ(context->registryClient->retryPolicy.maxAttempts, 7u);
+    EXPECT_EQ(context->registryClient->retryPolicy.timeoutRetryDelayMs, 1500u);
+    EXPECT_EQ(context->registryClient->retryPolicy.idempotencyWaitMs, 2000u);
+    EXPECT_EQ(context->registryClient->retryPolicy.idempotencyWaitCapMs, 30000u);
+}
+
+TEST_F(FlatSetup, OptionalTextsMayBeNull) {
+    init.storagePath = init.identityName = init.auxiliary4 = nullptr;
+    Start();
+    EXPECT_STREQ(context->identityName.c_str(), "");
+    EXPECT_STREQ(context->auxiliary4.c_str(), "");
+}
+
+TEST_F(FlatSetup, TheFlagSelectsTheKeys) {
+    Start();
+    const std::string usual = context->cryptographer->cipherKeyText.c_str();
+    for (const std::uint8_t flag : {std::uint8_t{1}, std::uint8_t{2}, std::uint8_t{255}}) {
+        init.useAlternateKeys = flag;
+        Start();
+        EXPECT_TRUE(context->useAlternateKeys);
+        EXPECT_STRNE(context->cryptographer->cipherKeyText.c_str(), usual.c_str());
+    }
+}
+
+TEST_F(FlatSetup, ABareStartMakesNoFileAndNoExchange) {
+    Start();
+    EXPECT_TRUE(platform.files.empty());
+    EXPECT_TRUE(platform.requests.empty());
+    EXPECT_TRUE(platform.logOrder.empty());
+    EXPECT_FALSE(IsSignedIn());
+    EXPECT_EQ(AccessToken(), "");
+}
+
+TEST_F(FlatSetup, RestoreTakesEachStateOfTheFiles) {
+    const struct {
+        const char* name;
+        const char* identity;  // null: no file
+        const char* contextText;
+        bool renewalRefused;
+        bool signedIn;
+        const char* accessToken;
+        std::size_t exchanges;
+    } rows[] = {
+        {"nothing", nullptr, nullptr, false, false, "", 0},
+        {"both", R"({"identityToken":"s"})", R"({"contextToken":"old"})", false, true, "own-token", 2},
+        {"identity alone", R"({"identityToken":"s"})", nullptr, false, true, "own-token", 2},
+        {"context token alone", nullptr, R"({"contextToken":"old"})", false, false, "old", 0},
+        {"organisation", R"({"identityToken":"s","contextType":"b2b","contextId":"org-1"})", nullptr, false,
+         true, "trust-token", 2},
+        {"a bare token", "one.two", nullptr, false, true, "own-token", 2},
+        {"a JSON scalar", "12345", R"({"contextToken":"old"})", false, false, "old", 0},
+        {"a refused identity", R"({"identityToken":"s"})", R"({"contextToken":"old"})", true, false, "old",
+         1},
+        {"context file no JSON", R"({"identityToken":"s"})", "a.b", false, true, "own-token", 2},
+        {"empty files", "", "", false, false, "", 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        platform.files.clear();
+        Forget();
+        service.Answer(test::kRenewal, row.renewalRefused ? 401 : 200, R"({"accessToken":"renewed"})");
+        if (row.identity != nullptr)
+            Store("store/LIC0", row.identity);
+        if (row.contextText != nullptr)
+            Store("store/LIC", row.contextText);
+        const auto before = platform.files;
+        Start();
+        EXPECT_EQ(IsSignedIn(), row.signedIn);
+        EXPECT_EQ(AccessToken(), row.accessToken);
+        EXPECT_EQ(platform.requests.size(), row.exchanges);
+        EXPECT_EQ(platform.files, before) << "a restore writes nothing";
+    }
+}
+
+TEST_F(FlatSetup, RestoreSurvivesDamagedFiles) {
+    Store("store/LIC0", R"({"identityToken":"secret-secret-secret","contextType":"b2c","contextId":""})");
+    const std::string whole = platform.files["store/LIC0"];
+    service.Answer(test::kRenewal, 401, "");
+    const struct {
+        const char* name;
+        std::string content;
+        std::size_t exchanges;
+    } rows[] = {
+        {"cut", whole.substr(0, whole.size() - 5), 0},      {"blanks", "\r\n  ", 0},
+        {"sixteen random bytes", "@@@@@@@@!!!!!!!!", 1},  // sent, and refused
+        {"seventeen random bytes", "@@@@@@@@!!!!!!!!@", 0}, {"base64 of nothing", "====", 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Forget();
+        platform.files = {{"store/LIC0", row.content}, {"store/LIC", row.content}};
+        Start();
+        EXPECT_FALSE(IsSignedIn());
+        EXPECT_EQ(platform.requests.size(), row.exchanges);
+    }
+}
+
+TEST_F(FlatSetup, FilesOfTheOtherKeysAreRefusedByTheService) {
+    Store("store/LIC0", R"({"identityToken":"secret","contextType":"b2c","contextId":""})", true);
+    Store("store/LIC", R"({"contextToken":"old"})", true);
+    service.Answer(test::kRenewal, 401, "");
+    Start();
+    EXPECT_FALSE(IsSignedIn());
+    EXPECT_EQ(AccessToken(), "");
+    EXPECT_EQ(Lines(), std::vector<std::string>{test::kRenewal});
+    EXPECT_EQ(platform.requests[0].body.find("secret\""), std::string::npos);
+}
+
+TEST_F(FlatSetup, RestoreWithoutReadableFilesStarts) {
+    Store("store/LIC0", R"({"identityToken":"s"})");
+    Store("store/LIC", R"({"contextToken":"old"})");
+    for (const auto operation : {Operation::FileGetSize, Operation::FileRead, Operation::Decrypt}) {
+        platform.FailCall(operation, 0x81000002u, 1);
+        Start();
+        EXPECT_TRUE(IsSignedIn()) << "the identity behind the failed context token";
+        platform.FailCall(operation, 0x81000002u, 2);
+        Start();
+        EXPECT_FALSE(IsSignedIn());
+        EXPECT_EQ(AccessToken(), "old");
+    }
+}
+
+TEST_F(FlatSetup, OfflineRestoreKeepsTheSecretForLater) {
+    Store("store/LIC0", R"({"identityToken":"s"})");
+    service.Fail(test::kRenewal, 0x81000006u);
+    Start();
+    EXPECT_TRUE(IsSignedIn());
+    EXPECT_STREQ(context->registryClient->identitySecret.c_str(), "s");
+}
+
+TEST_F(FlatSetup, ContextTokenIsRestoredBeforeTheIdentity) {
+    Store("store/LIC0", R"({"identityToken":"s"})");
+    Store("store/LIC", R"({"contextToken":"old"})");
+    std::vector<std::string> lines;
+    Start();
+    ASSERT_EQ(Lines(), (std::vector<std::string>{test::kRenewal, test::kOwnContextToken}));
+    EXPECT_EQ(AccessToken(), "own-token");  // the other order would end with "old"
+}
+
+TEST_F(FlatSetup, ARefusalAtTheRestoreIsTheLastServiceError) {
+    Store("store/LIC0", R"({"identityToken":"s"})");
+    service.Answer(test::kRenewal, 401, R"({"title":"gone"})");
+    Start();
+    EXPECT_EQ(context->lastServiceError->httpCode, 401u);
+    EXPECT_STREQ(context->lastServiceError->title.c_str(), "gone");
+}
+
+TEST_F(FlatSetup, TheLastTableDecidesForTheProcess) {
+    Start();
+    ClientContext* first = context;
+    context = nullptr;
+    init.table.GetMachineIds = nullptr;
+    Start();
+    char* text = nullptr;
+    EXPECT_EQ(quillmarkclient::GetDeviceId(first, &text, nullptr), ResultCode::kMachineId);
+    quillmarkclient::Shutdown(first, nullptr);
+    init.table.GetMachineIds = platform.table.GetMachineIds;
+    Start();
+    EXPECT_EQ(Text(&quillmarkclient::GetDeviceId), "MAC-AA-BB-CC-DD-EE-FF");
+}
+
+TEST_F(FlatSetup, ContextIsABlockOfTheTable) {
+    Start();
+    EXPECT_EQ(platform.BlocksOut(), 1);
+    Stop();
+    EXPECT_EQ(platform.BlocksOut(), 0);
+}
+
+TEST_F(FlatSetup, WithoutABlockForTheContextOutIsNull) {
+    platform.FailCall(Operation::Alloc, 1);
+    ClientContext* out = kUnset;
+    EXPECT_EQ(quillmarkclient::Initialize(&init, &out, nullptr), ResultCode::kInsufficientResources);
+    EXPECT_EQ(out, nullptr);
+    ExpectReported(ResultCode::kInsufficientResources);
+
+    out = kUnset;
+    init.table.Alloc = nullptr;
+    EXPECT_EQ(quillmarkclient::Initialize(&init, &out, nullptr), ResultCode::kInsufficientResources);
+    EXPECT_EQ(out, nullptr);
+}
+
+TEST_F(FlatSetup, ObjectsGoDownBeforeWhatTheyUse) {
+    Start();
+    auto session = portable_stl::make_unique<test::FakeRegistryClient>();
+    bool coreIsGone = false;
+    bool othersStand = false;
+    session->atEnd = [&] {
+        coreIsGone = !context->core;
+        othersStand = context->cryptographer && context->lastServiceError;
+    };
+    context->registryClient = std::move(session);
+    quillmarkclient::Shutdown(context, nullptr);
+    context = nullptr;
+    EXPECT_TRUE(coreIsGone);
+    EXPECT_TRUE(othersStand);
+}
+
+TEST_F(FlatSetup, NullIsHarmlessOnTheWayDown) {
+    quillmarkclient::Shutdown(nullptr, nullptr);
+    EXPECT_EQ(quillmarkclient::FreeMemory(nullptr, nullptr, nullptr), ResultCode::kSuccess);
+    Start();
+    EXPECT_EQ(quillmarkclient::FreeMemory(context, nullptr, nullptr), ResultCode::kSuccess);
+    EXPECT_TRUE(platform.logOrder.empty());
+}
+
+TEST_F(FlatSetup, BlocksOutliveTheClientThatMadeThem) {
+    Start();
+    char* endpoint = nullptr;
+    ASSERT_EQ(quillmarkclient::GetBasicEndpoint(context, &endpoint, nullptr), ResultCode::kSuccess);
+    Stop();
+    EXPECT_STREQ(endpoint, test::kServiceUrl);
+    EXPECT_EQ(quillmarkclient::FreeMemory(nullptr, endpoint, nullptr), ResultCode::kSuccess);
+}
+
+TEST_F(FlatSetup, NullOutletsSilence) {
+    quillmarkclient::SetLogCallbacks(nullptr, nullptr);
+    EXPECT_EQ(quillmarkclient::Initialize(nullptr, nullptr, nullptr), ResultCode::kInvalidParameters);
+    Start();
+    EXPECT_EQ(quillmarkclient::SignIn(context, "anna", "pw", nullptr), ResultCode::kSuccess);
+    EXPECT_TRUE(platform.logOrder.empty());
+}
+
+}  // namespace

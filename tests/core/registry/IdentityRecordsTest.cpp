@@ -1,0 +1,184 @@
+#include "tests/core/registry/RegistryFixture.h"
+
+namespace {
+
+using test::Code;
+using test::Jwt;
+using test::Lines;
+using test::Text;
+
+constexpr char kOwnRecord[] = R"({"id":"7","name":"VQM_Identity","type":"VQM_Access","role":"Regular"})";
+constexpr char kTokenPath[] = "GET /api/registry/v2/identities/7/token";
+
+class IdentityRecords : public test::RegistryTest {
+protected:
+    ResultCode Obtain(const char* name = "", const char* expiration = "") {
+        return client.ObtainIdentitySecret(name, expiration, &errorInfo, context);
+    }
+    std::string Secret() const { return Text(client.identitySecret); }
+};
+
+TEST_F(IdentityRecords, AnExistingRecordGivesItsSecret) {
+    client.identitySecret = "old secret";
+    client.contextMode = 1;
+    client.contextId = "org-1";
+    platform.AnswerWith(200, std::string("[") + kOwnRecord + "]");
+    platform.AnswerWith(200, " the secret\n");
+    EXPECT_EQ(Obtain(), ResultCode::kSuccess);
+    EXPECT_EQ(Requested(), (Lines{test::kIdentitiesPath, kTokenPath}));
+    for (const auto& request : platform.requests)
+        EXPECT_EQ(request.Header("Authorization"), "Bearer old.e30.sig");
+    EXPECT_EQ(platform.requests[1].Header("Accept"), "text/plain");
+    EXPECT_EQ(Secret(), " the secret\n") << "whole, untrimmed";
+    EXPECT_EQ(TokenText(), "old.e30.sig");
+    EXPECT_EQ(client.contextMode, 1u);
+    EXPECT_EQ(Text(client.contextId), "org-1");
+}
+
+TEST_F(IdentityRecords, TheSecretIsNotReadAsJson) {
+    platform.AnswerWith(200, std::string("[") + kOwnRecord + "]");
+    platform.AnswerWith(200, R"("quoted")");
+    EXPECT_EQ(Obtain(), ResultCode::kSuccess);
+    EXPECT_EQ(Secret(), R"("quoted")");
+}
+
+TEST_F(IdentityRecords, AnExpirationGoesIntoTheQuery) {
+    platform.AnswerWith(200, std::string("[") + kOwnRecord + "]");
+    platform.AnswerWith(200, "secret");
+    EXPECT_EQ(Obtain("", "86400"), ResultCode::kSuccess);
+    EXPECT_EQ(Requested()[1], "GET /api/registry/v2/identities/7/token?TokenExpiration=86400");
+}
+
+TEST_F(IdentityRecords, FindsTheFirstRecordThatIsOurs) {
+    const std::string own = kOwnRecord;
+    const std::string other = R"({"id":"9","name":"Other","type":"VQM_Access","role":"Regular"})";
+    const struct {
+        const char* name;
+        std::string list;
+        const char* id;  // null: not found, so a record is made
+    } rows[] = {
+        {"the only one", "[" + own + "]", "7"},
+        {"behind another", "[" + other + "," + own + "]", "7"},
+        {"the first of two",
+         "[" + own + R"(,{"id":"8","name":"VQM_Identity","type":"VQM_Access",)" + R"("role":"Regular"}])",
+         "7"},
+        {"values in another case",
+         R"([{"id":"7","name":"vqm_IDENTITY","type":"vqm_access","role":"REGULAR"}])", "7"},
+        {"names in another case",
+         R"([{"ID":"7","Name":"VQM_Identity","TYPE":"VQM_Access","Role":"Regular"}])", "7"},
+        {"an empty id is an id", R"([{"id":"","name":"VQM_Identity","type":"VQM_Access","role":"Regular"}])",
+         ""},
+        {"members of an object are walked", R"({"x":)" + own + "}", "7"},
+        {"another name", "[" + other + "]", nullptr},
+        {"another type", R"([{"id":"7","name":"VQM_Identity","type":"Access","role":"Regular"}])", nullptr},
+        {"another role", R"([{"id":"7","name":"VQM_Identity","type":"VQM_Access","role":"Admin"}])", nullptr},
+        {"no id", R"([{"name":"VQM_Identity","type":"VQM_Access","role":"Regular"}])", nullptr},
+        {"no name", R"([{"id":"7","type":"VQM_Access","role":"Regular"}])", nullptr},
+        {"no type", R"([{"id":"7","name":"VQM_Identity","role":"Regular"}])", nullptr},
+        {"no role", R"([{"id":"7","name":"VQM_Identity","type":"VQM_Access"}])", nullptr},
+        {"an empty list", "[]", nullptr},
+        {"an object without members", "{}", nullptr},
+        {"null", "null", nullptr},
+        {"scalars", R"([1,"VQM_Identity",null])", nullptr},
+    };
+    for (const auto& row : rows) {
+        platform.requests.clear();
+        platform.AnswerWith(200, row.list);
+        if (row.id == nullptr)
+            platform.AnswerWith(200, R"({"id":"new"})");
+        platform.AnswerWith(200, "secret");
+        EXPECT_EQ(Obtain(), ResultCode::kSuccess) << row.name;
+        const std::string id = row.id == nullptr ? "new" : row.id;
+        EXPECT_EQ(Requested().back(), "GET /api/registry/v2/identities/" + id + "/token") << row.name;
+        EXPECT_EQ(platform.requests.size(), row.id == nullptr ? 3u : 2u) << row.name;
+    }
+}
+
+TEST_F(IdentityRecords, MakesARecordWithTheRightsOfTheToken) {
+    const struct {
+        const char* name;
+        const char* recordName;
+        std::string payload;
+        const char* body;
+    } rows[] = {
+        {"no rights, the usual name", "", "{}",
+         R"({"name":"VQM_Identity","type":"VQM_Access","role":"Regular"})"},
+        {"another name", "Office \"PC\"", "{}",
+         R"({"name":"Office \"PC\"","type":"VQM_Access","role":"Regular"})"},
+        {"each role has its word", "",
+         R"({"scopes":[{"space":"a","role":0},{"space":"b","role":1},{"space":"c","role":2},)"
+         R"({"space":"d","role":3},{"space":"e","role":"x"}]})",
+         R"({"name":"VQM_Identity","type":"VQM_Access","role":"Regular","identityRights":[)"
+         R"({"space":"a","role":"user"},{"space":"b","role":"manager"},{"space":"c","role":"owner"},)"
+         R"({"space":"d","role":"user"},{"space":"e","role":"user"}]})"},
+    };
+    for (const auto& row : rows) {
+        platform.requests.clear();
+        client.token = quillmarkclient_core::Token(Text(Jwt(row.payload)), true);
+        platform.AnswerWith(200, "[]");
+        platform.AnswerWith(200, R"({"ID":7})");
+        platform.AnswerWith(200, "secret");
+        EXPECT_EQ(Obtain(row.recordName), ResultCode::kSuccess) << row.name;
+        EXPECT_EQ(Requested(), (Lines{test::kIdentitiesPath, test::kNewIdentityPath, kTokenPath}))
+            << row.name;
+        EXPECT_EQ(platform.requests[1].body, row.body) << row.name;
+        EXPECT_EQ(platform.requests[1].Header("Authorization").rfind("Bearer e30.", 0), 0u) << row.name;
+    }
+}
+
+TEST_F(IdentityRecords, ARecordUnderAnotherNameIsNotFoundAgain) {
+    platform.AnswerWith(200, R"([{"id":"9","name":"Office","type":"VQM_Access","role":"Regular"}])");
+    platform.AnswerWith(200, R"({"id":"10"})");
+    platform.AnswerWith(200, "secret");
+    EXPECT_EQ(Obtain("Office"), ResultCode::kSuccess);
+    EXPECT_EQ(Requested()[1], test::kNewIdentityPath);
+}
+
+TEST_F(IdentityRecords, EveryFailureLeavesNoSecret) {
+    struct Answer {
+        std::uint32_t status;  // a code of the transport from 0x80000000
+        std::string body;
+    };
+    const std::string own = std::string("[") + kOwnRecord + "]";
+    const struct {
+        const char* name;
+        std::vector<Answer> answers;
+        std::uint32_t expected;
+    } rows[] = {
+        {"records: 401 starts no renewal", {{401, ""}}, 0x82000002},
+        {"records: network", {{0x81000006, ""}}, 0x80000006},
+        {"records: time-out", {{0x81000014, ""}}, 0x81000014},
+        {"records: 500", {{500, ""}}, 0x82000003},
+        {"records: 503", {{503, ""}}, 0x8000000C},
+        {"records: no JSON", {{200, "<html>"}}, 0x82000004},
+        {"records: no body", {{200, ""}}, 0x82000004},
+        {"new record: 409", {{200, "[]"}, {409, ""}}, 0x82000005},
+        {"new record: 401 starts no renewal", {{200, "[]"}, {401, ""}}, 0x82000002},
+        {"new record: network", {{200, "[]"}, {0x81000006, ""}}, 0x80000006},
+        {"new record: 201 is no success", {{200, "[]"}, {201, R"({"id":"7"})"}}, 0x82000004},
+        {"new record: no JSON", {{200, "[]"}, {200, "<html>"}}, 0x82000004},
+        {"new record: no id", {{200, "[]"}, {200, R"({"name":"x"})"}}, 0x82000004},
+        {"token: 404", {{200, own}, {404, ""}}, 0x82000002},
+        {"token: 401 starts no renewal", {{200, own}, {401, ""}}, 0x82000002},
+        {"token: network", {{200, own}, {0x81000006, ""}}, 0x80000006},
+        {"token: empty", {{200, own}, {200, ""}}, 0x82000004},
+        {"token: a zero byte first", {{200, own}, {200, std::string("\0secret", 7)}}, 0x82000004},
+    };
+    for (const auto& row : rows) {
+        client.identitySecret = "old secret";
+        platform.requests.clear();
+        for (const Answer& answer : row.answers) {
+            if (answer.status >= 0x80000000)
+                platform.FailExchange(answer.status);
+            else
+                platform.AnswerWith(answer.status, answer.body);
+        }
+        EXPECT_EQ(Obtain(), Code(row.expected)) << row.name;
+        EXPECT_EQ(Secret(), "") << row.name;
+        EXPECT_EQ(platform.requests.size(), row.answers.size()) << row.name;
+        EXPECT_EQ(TokenText(), "old.e30.sig") << row.name;
+        EXPECT_EQ(client.token.present, 1) << row.name;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,105 @@
+// What the tests of the registry share: a session over a scripted platform, and short ways to say things.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/src/registry/CustomerRegistryClient.h"
+#include "core/src/registry/Request.h"
+#include "core/src/system/Base64.h"
+#include "core/src/system/SystemApi.h"
+#include "tests/support/ScriptedPlatform.h"
+
+inline void PrintTo(ResultCode code, std::ostream* out) {
+    *out << "0x" << std::hex << static_cast<std::uint32_t>(code) << std::dec << " (" << GetErrorText(code)
+         << ")";
+}
+
+namespace test {
+
+using quillmarkclient_core::SystemApi;
+
+using Headers = std::vector<std::pair<std::string, std::string>>;
+using Lines = std::vector<std::string>;
+using RequestPointer = portable_stl::unique_ptr<registry::Request<SystemApi>>;
+
+inline constexpr char kBaseUrl[] = "https://service.test";
+
+inline ResultCode Code(std::uint32_t number) {
+    return static_cast<ResultCode>(number);
+}
+
+inline std::string Text(const portable_stl::string& text) {
+    return {text.data(), text.size()};
+}
+
+inline portable_stl::string Text(const std::string& text) {
+    return {text.data(), text.size()};
+}
+
+inline Headers HeadersOf(const registry::Request<SystemApi>& request) {
+    Headers headers;
+    for (const auto& header : request.GetHeaders())
+        headers.emplace_back(Text(header.name), Text(header.value));
+    return headers;
+}
+
+/// An access token with this payload; header and signature are of no use to the client.
+inline std::string Jwt(const std::string& payload) {
+    return "e30." + Text(quillmarkclient_core::Base64Encode(payload.data(), payload.size())) + ".c2ln";
+}
+
+/// The answer that brings an access token. `token` needs no escapes.
+inline std::string TokenBody(const std::string& token) {
+    return R"({"accessToken":")" + token + R"("})";
+}
+
+class RegistryTest : public ::testing::Test {
+protected:
+    RegistryTest() { client.token = quillmarkclient_core::Token("old.e30.sig", true); }
+
+    void AnswerToken(const std::string& token) { platform.AnswerWith(200, TokenBody(token)); }
+
+    /// "METHOD path" of every request so far.
+    Lines Requested() const { return platform.RequestLines(kBaseUrl); }
+    const RecordedRequest& LastRequest() const { return platform.requests.back(); }
+
+    std::string TokenText() const { return Text(client.token.text); }
+
+    /// Nothing is left over and nothing was kept.
+    void TearDown() override {
+        EXPECT_EQ(platform.UnusedAnswers(), 0u);
+        platform.ExpectNoBlocks();
+        EXPECT_TRUE(platform.errors.empty()) << "the registry reports nothing itself";
+    }
+
+    ScriptedPlatform platform;
+    int contextMark = 0;
+    void* context = &contextMark;
+    registry::CustomerRegistryClient<SystemApi> client{kBaseUrl, "", registry::RetryPolicy{}, nullptr};
+    registry::ServiceErrorInfo errorInfo;
+};
+
+inline constexpr char kTrustsPath[] =
+    "GET /api/registry/v2/trustee/trusts?WithDetails=true&WithRights=false&level=Customer";
+inline constexpr char kOwnContextPath[] = "POST /api/customer/registry/v2/tokens/context";
+inline constexpr char kTrustPath[] = "POST /api/customer/registry/v2/tokens/trust";
+inline constexpr char kPasswordPath[] = "POST /api/customer/registry/v2/tokens";
+inline constexpr char kSecondFactorPath[] = "POST /api/customer/registry/v2/2fa/totp/tokens";
+inline constexpr char kIdentitySignInPath[] = "POST /api/customer/registry/v2/tokens/identity";
+inline constexpr char kUserPath[] = "GET /api/registry/v2/users";
+inline constexpr char kIdentitiesPath[] = "GET /api/registry/v2/identities";
+inline constexpr char kNewIdentityPath[] = "POST /api/registry/v2/identities";
+
+inline constexpr char kOneTrust[] =
+    R"([{"id":"t1","trustorId":"org-1","trustorDetails":{"type":"Organization","name":"Org One"}}])";
+inline constexpr char kTwoTrusts[] =
+    R"([{"id":"t1","trustorId":"org-1","trustorDetails":{"type":"Organization","name":"Org One"}},)"
+    R"({"id":"t2","trustorId":"org-2","trustorDetails":{"type":"organization","name":"Org Two"}}])";
+
+}  // namespace test
