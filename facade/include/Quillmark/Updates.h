@@ -1,0 +1,31 @@
+#pragma once
+
+#include <Quillmark/Export.h>
+
+#include <QtCore/QMetaType>
+#include <QtCore/QString>
+#include <QtCore/QUrl>
+
+namespace Quillmark::Updates {
+
+/// A newer build of the host's product. A plain value.
+class QUILLMARK_EXPORT UpdateInfo {
+public:
+    UpdateInfo();
+    UpdateInfo(const UpdateInfo& other);
+    UpdateInfo(UpdateInfo&& other) noexcept;
+    UpdateInfo& operator=(const UpdateInfo& other);
+    UpdateInfo& operator=(UpdateInfo&& other) noexcept;
+    ~UpdateInfo();
+
+    /// Whether there is something to offer: a version, and a valid URL to get it from.
+    [[nodiscard]] bool isValid() const;
+
+    QString version;
+    QString description;
+    QUrl url;  ///< where to get it
+};
+
+}  // namespace Quillmark::Updates
+
+Q_DECLARE_METATYPE(Quillmark::Updates::UpdateInfo)

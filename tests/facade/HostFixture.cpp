@@ -1,0 +1,145 @@
+#include "tests/facade/HostFixture.h"
+
+#include <QtCore/QUrl>
+#include <algorithm>
+
+namespace test_support {
+
+using Quillmark::Client;
+using Quillmark::SignIn::SignInContext;
+
+namespace {
+
+constexpr int kAnswerTimeoutMs = 60'000;  // only a hang ever waits so long
+
+QString errorText(QUILLMARKCLIENT_ERROR code, const QString& description) {
+    return QStringLiteral("0x%1 %2").arg(QString::number(static_cast<quint32>(code), 16), description);
+}
+
+QString contextText(const SignInContext& context) {
+    return QStringLiteral("[%1 %2 %3]")
+        .arg(QString::number(static_cast<int>(context.type)), context.id, context.name);
+}
+
+}  // namespace
+
+SignalRecorder::SignalRecorder(Client& client) {
+    connect(&client, &Client::requestSecondFactor, this, [this](const QString& login, const QString& token) {
+        challengeToken = token;
+        record("requestSecondFactor " + login);
+    });
+    connect(&client, &Client::wrong2FACode, this,
+            [this](const QString& login) { record("wrong2FACode " + login); });
+    connect(&client, &Client::requestSelectContext, this,
+            [this](const Quillmark::SignIn::SignInProcessResult& result) {
+                selection = result;
+                QStringList parts{"requestSelectContext " + result.login};
+                for (const SignInContext& context : result.contexts)
+                    parts << contextText(context);
+                record(parts.join(' '));
+            });
+    connect(&client, &Client::signInFailed, this,
+            [this](const QString& login, QUILLMARKCLIENT_ERROR code, const QString& description) {
+                record("signInFailed " + login + ' ' + errorText(code, description));
+            });
+    connect(&client, &Client::signInSucceeded, this,
+            [this](const QString& login) { record("signInSucceeded " + login); });
+    connect(&client, &Client::signedOut, this, [this] { record("signedOut"); });
+    connect(&client, &Client::fetchUserInfoFailed, this,
+            [this](QUILLMARKCLIENT_ERROR code, const QString& description) {
+                record("fetchUserInfoFailed " + errorText(code, description));
+            });
+    connect(&client, &Client::userInfoFetched, this, [this](const Quillmark::SignIn::UserInfo& info) {
+        userInfo = info;
+        record("userInfoFetched");
+    });
+}
+
+void SignalRecorder::record(const QString& line) {
+    lines << line;
+    Q_EMIT recorded();
+}
+
+HostFixture::HostFixture(sandbox::Seed seed, const Earlier& earlier)
+    : service(std::move(seed)), client(createClient(earlier)), recorder(*client) {}
+
+Client* HostFixture::createClient(const Earlier& earlier) const {
+    if (earlier)
+        earlier(service, storage.path());
+    Quillmark::ClientParams params;
+    params.serviceUrl = QUrl(QString::fromStdString(service.baseUrl()));
+    params.storagePath = storage.path();
+    params.language = "en";
+    Client* created = Client::create(QCoreApplication::instance(), params);
+    if (!created)
+        qFatal("the client refuses to start");
+    return created;
+}
+
+QString HostFixture::answerTo(const std::function<void()>& call) {
+    recorder.lines.clear();
+    QSignalSpy recorded(&recorder, &SignalRecorder::recorded);
+    call();
+    if (recorded.isEmpty() && !recorded.wait(kAnswerTimeoutMs))
+        return "no signal";
+    QCoreApplication::processEvents();
+    return recorder.lines.join(", ");
+}
+
+QString HostFixture::signIn(std::string_view account, const QString& password) {
+    const QString known = QString::fromStdString(service.account(account).password);
+    return answerTo([&] { client->startSignIn(loginOf(account), password.isEmpty() ? known : password); });
+}
+
+QString HostFixture::confirm(std::string_view account, const QString& code) {
+    return answerTo(
+        [&] { client->startConfirmSecondFactor(loginOf(account), recorder.challengeToken, code); });
+}
+
+QString HostFixture::chooseContext(std::string_view account, Quillmark::SignIn::ContextType type,
+                                   const QString& id) {
+    return answerTo([&] { client->startSignInToContext(loginOf(account), type, id); });
+}
+
+QString HostFixture::fetchUserInfo() {
+    return answerTo([&] { client->startGetUserInfo(); });
+}
+
+void HostFixture::startAnew() {
+    client->signOut();
+    recorder.lines.clear();
+    recorder.challengeToken.clear();
+    recorder.selection = {};
+    recorder.userInfo = {};
+    service.faults().clear();
+    service.service().reset();
+    service.forgetExchanges();
+}
+
+void HostFixture::answerWith(const std::string& path, int status, const std::string& body,
+                             std::uint32_t count) {
+    sandbox::Fault fault;
+    fault.kind = sandbox::FaultKind::status;
+    fault.path = path;
+    fault.count = count;
+    fault.status = status;
+    fault.body = body;
+    service.faults().add(fault);
+}
+
+void HostFixture::letPass(const std::string& path) {
+    sandbox::Fault fault;
+    fault.kind = sandbox::FaultKind::delay;
+    fault.path = path;
+    service.faults().add(fault);
+}
+
+qsizetype HostFixture::exchangesOf(const std::string& path) {
+    return std::ranges::count(service.exchanges(), path, &sandbox::ExchangeRecord::path);
+}
+
+QString HostFixture::loginOf(std::string_view account) const {
+    return QString::fromStdString(service.account(account).login);
+}
+
+}  // namespace test_support

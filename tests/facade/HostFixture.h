@@ -1,0 +1,91 @@
+// What the tests of a running Client share: the sandbox account service, a storage folder and the process's
+// one Client over them.
+//
+//     HostFixture host;
+//     QCOMPARE(host.signIn("plain"), QString("signInSucceeded anna.plain@example.test"));
+//
+// Each call is made, its signal awaited, and the signal comes back as a line of text: name, login or nothing,
+// then what else it carries. A second signal for one call, or none, is a line as well and so fails the
+// comparison. One thread: that of create().
+#pragma once
+
+#include <Quillmark/Client.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QStringList>
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QSignalSpy>
+#include <functional>
+
+#include "tests/support/SandboxFixture.h"
+
+namespace test_support {
+
+// Writes down the signals of a Client.
+class SignalRecorder : public QObject {
+    Q_OBJECT
+
+public:
+    explicit SignalRecorder(Quillmark::Client& client);
+
+    QStringList lines;
+    QString challengeToken;                            // of the last requestSecondFactor()
+    Quillmark::SignIn::SignInProcessResult selection;  // of the last requestSelectContext()
+    Quillmark::SignIn::UserInfo userInfo;              // of the last userInfoFetched()
+
+Q_SIGNALS:
+    void recorded();
+
+private:
+    void record(const QString& line);
+};
+
+class HostFixture {
+public:
+    // What happens in the storage folder before the Client is created.
+    using Earlier = std::function<void(const SandboxFixture& service, const QString& storage)>;
+
+    explicit HostFixture(sandbox::Seed seed = sandbox::readSeedFile(sandbox::defaultSeedFile()),
+                         const Earlier& earlier = {});
+
+    // The one signal that answers `call`.
+    [[nodiscard]] QString answerTo(const std::function<void()>& call);
+
+    // By the name of the sandbox's account; the password is that of the seed unless given.
+    [[nodiscard]] QString signIn(std::string_view account, const QString& password = {});
+    [[nodiscard]] QString confirm(std::string_view account, const QString& code);
+    [[nodiscard]] QString chooseContext(std::string_view account, Quillmark::SignIn::ContextType type,
+                                        const QString& id);
+    [[nodiscard]] QString fetchUserInfo();
+
+    // Signed out, no faults, the service as its seed has it.
+    void startAnew();
+
+    // The next `count` requests of `path` get this answer.
+    void answerWith(const std::string& path, int status, const std::string& body, std::uint32_t count = 1);
+    // The next request of `path` is served as always: faults that are added behind it wait for the one after.
+    void letPass(const std::string& path);
+    // How many requests of `path` came since startAnew().
+    [[nodiscard]] qsizetype exchangesOf(const std::string& path);
+
+    [[nodiscard]] QString loginOf(std::string_view account) const;
+
+    SandboxFixture service;
+    QTemporaryDir storage;
+    Quillmark::Client* client;
+    SignalRecorder recorder;
+
+private:
+    [[nodiscard]] Quillmark::Client* createClient(const Earlier& earlier) const;
+};
+
+// Paths of the service.
+inline const std::string kTokensPath = "/api/customer/registry/v2/tokens";
+inline const std::string kSecondFactorPath = "/api/customer/registry/v2/2fa/totp/tokens";
+inline const std::string kContextPath = "/api/customer/registry/v2/tokens/context";
+inline const std::string kTrustPath = "/api/customer/registry/v2/tokens/trust";
+inline const std::string kIdentityPath = "/api/customer/registry/v2/tokens/identity";
+inline const std::string kTrustsPath = "/api/registry/v2/trustee/trusts";
+inline const std::string kUsersPath = "/api/registry/v2/users";
+
+}  // namespace test_support
