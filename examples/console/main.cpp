@@ -136,6 +136,7 @@ private:
     [[nodiscard]] QString tokenExpiry() const;
 
     Client& client_;
+    bool isChoosing_ = false;  // among the contexts that the service offered
     Terminal terminal_;
     QTimer turn_;           // of the next command
     QString login_;         // of the option; empty: ask
@@ -254,16 +255,20 @@ void Console::onRequestSelectContext(const SignInProcessResult& result) {
     if (chosen < 1 || chosen > result.contexts.size())
         return giveUp();
     const SignInContext& context = result.contexts.at(chosen - 1);
+    isChoosing_ = true;
     client_.startSignInToContext(result.login, context.type, context.id);
 }
 
 void Console::onSignInFailed(const QString& login, QUILLMARKCLIENT_ERROR code, const QString& description) {
     terminal_.say(QStringLiteral("<- signInFailed: %1").arg(login));
     showFailure(code, description);
+    if (std::exchange(isChoosing_, false))
+        return giveUp();
     done(false);
 }
 
 void Console::onSignInSucceeded(const QString& login) {
+    isChoosing_ = false;
     terminal_.say(QStringLiteral("<- signInSucceeded: %1").arg(login));
     done(true);
 }

@@ -121,6 +121,7 @@ private:
 
     [[nodiscard]] SignInResult resolveSignInStep(QUILLMARKCLIENT_ERROR code, const QString& login);
     [[nodiscard]] SignInResult resolveContexts(const QString& login);
+    [[nodiscard]] SignInResult abandonedSignIn(QUILLMARKCLIENT_ERROR code, const QString& login);
     [[nodiscard]] QUILLMARKCLIENT_ERROR selectContext(std::uint32_t kind, const std::string& contextId);
     [[nodiscard]] QString pendingChallengeToken() const;
     void emitSignInEnd(const QString& login, QUILLMARKCLIENT_ERROR code);
@@ -150,12 +151,18 @@ void ClientPrivate::start(void (ClientPrivate::*finish)(), Worker worker, const 
         try {
             return std::invoke(worker, this, copies...);
         } catch (...) {
+            // The host will hear that the sign-in failed, so nobody may be signed in by it.
+            if constexpr (std::is_same_v<Result, SignInResult>) {
+                if (instance)
+                    instance->SignOut();
+            }
             return thrown;
         }
     };
-    auto* watcher = new TaskWatcher<Result>(thrownResult<Result>(arguments...));
-    connect(watcher, &QFutureWatcherBase::finished, this, finish);
+    auto watcher = std::make_unique<TaskWatcher<Result>>(thrownResult<Result>(arguments...));
+    connect(watcher.get(), &QFutureWatcherBase::finished, this, finish);
     watcher->setFuture(QtConcurrent::run(pool, guarded, arguments...));
+    (void)watcher.release();  // takeResult deletes it
 }
 
 template <typename T>

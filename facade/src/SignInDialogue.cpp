@@ -20,12 +20,21 @@ SignInResult ClientPrivate::resolveSignInStep(QUILLMARKCLIENT_ERROR code, const 
 SignInResult ClientPrivate::resolveContexts(const QString& login) {
     std::vector<quillmarkclient::ContextEntry> entries;
     if (const auto code = native().GetCustomerContexts(entries); !IsSuccess(code))
-        return {code, {login, {}, {}}};
+        return abandonedSignIn(code, login);
     if (entries.empty())
-        return {QUILLMARKCLIENT_ERROR::kInternalError, {login, {}, {}}};
-    if (entries.size() == 1)  // nothing to ask
-        return {selectContext(entries.front().kind, entries.front().id), {login, {}, {}}};
-    return {QUILLMARKCLIENT_ERROR::kTooManyContexts, {login, toContexts(entries), {}}};
+        return abandonedSignIn(QUILLMARKCLIENT_ERROR::kInternalError, login);
+    if (entries.size() > 1)
+        return {QUILLMARKCLIENT_ERROR::kTooManyContexts, {login, toContexts(entries), {}}};
+    // Nothing to ask.
+    const auto code = selectContext(entries.front().kind, entries.front().id);
+    return IsSuccess(code) ? SignInResult{code, {login, {}, {}}} : abandonedSignIn(code, login);
+}
+
+// The native client keeps its token for a choice that the host is never asked for: without this the host would
+// hear of a failure and still find somebody signed in.
+SignInResult ClientPrivate::abandonedSignIn(QUILLMARKCLIENT_ERROR code, const QString& login) {
+    native().SignOut();
+    return {code, {login, {}, {}}};
 }
 
 QUILLMARKCLIENT_ERROR ClientPrivate::selectContext(std::uint32_t kind, const std::string& contextId) {

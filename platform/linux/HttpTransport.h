@@ -17,7 +17,7 @@
 // thrown, and SIGPIPE never reaches the host.
 //
 //   redirects   at most 10, http and https only and never from https to http (the 3xx is then the answer);
-//               a POST becomes a GET on 301, 302 and 303; "Authorization" and "Cookie" never go to another
+//               a POST becomes a GET on 301, 302 and 303 (on 303 every method but HEAD); "Authorization" and "Cookie" never go to another
 //               origin
 //   proxy       as libcurl takes it from the environment: http_proxy, https_proxy, no_proxy
 //   TLS         1.2 or newer; peer and host verified against the system's store, see TrustStore.h

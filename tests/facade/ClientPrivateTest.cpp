@@ -154,7 +154,7 @@ void ClientPrivateTest::refusesToWorkWithoutANativeClient() {
     ClientPrivate half(client_, ClientParams());
     QVERIFY(!half.hasStarted());
     QCOMPARE(half.sharedInterface(), nullptr);
-    QVERIFY_EXCEPTION_THROWN((void)half.native(), std::bad_alloc);
+    QVERIFY_THROWS_EXCEPTION(std::bad_alloc, (void)half.native());
 }
 
 void ClientPrivateTest::answersAThrowOfAWorker_data() {

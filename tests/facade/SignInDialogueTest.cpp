@@ -264,11 +264,13 @@ void SignInDialogueTest::failsWhenTheOnlyContextIsRefused() {
     host_.answerWith(kContextPath, 500, "");
     QCOMPARE(host_.signIn("own-and-person"),
              QString("signInFailed own-and-person@example.test 0x82000003 Internal registry service error"));
+    QVERIFY(!host_.client->getIsSignedIn());
 }
 
 void SignInDialogueTest::failsWhenThereIsNothingToChoose() {
     QCOMPARE(host_.signIn("two-persons"),
              QString("signInFailed two-persons@example.test 0x80000001 Internal program error"));
+    QVERIFY(!host_.client->getIsSignedIn());
 }
 
 void SignInDialogueTest::failsWhenTheContextsAreUnreadable() {
@@ -276,6 +278,7 @@ void SignInDialogueTest::failsWhenTheContextsAreUnreadable() {
     host_.answerWith(kTrustsPath, 200, "<html>");
     QCOMPARE(host_.signIn("several-contexts"),
              QString("signInFailed nina.many@example.test 0x82000004 Registry back compatibility is broken"));
+    QVERIFY(!host_.client->getIsSignedIn());
 }
 
 void SignInDialogueTest::failsWithoutAnyContext() {

@@ -172,7 +172,8 @@ Q_SIGNALS:
     /// There are several contexts: let the user choose one and call startSignInToContext().
     void requestSelectContext(const Quillmark::SignIn::SignInProcessResult& contexts);
 
-    /// A sign-in step failed.
+    /// A sign-in step failed, and nobody is signed in by it. After a failed startSignInToContext() the choice is
+    /// still open, or the former context stands.
     /// \param errorDescription  getErrorMessage() of \a errorCode
     void signInFailed(const QString& login, QUILLMARKCLIENT_ERROR errorCode,
                       const QString& errorDescription) const;
