@@ -10,8 +10,10 @@
 //
 // The clock begins at the machine's time and moves only when told. The accounts are those of
 // tools/sandbox/accounts.json, by their names: "plain", "second-factor", "organisation-only",
-// "several-contexts", "blocked", "locked". Link quillmark_sandbox. Everything but the clock may be used from
-// any thread, the clock too.
+// "several-contexts", "blocked", "locked", "business", "business-blocked", "administrator". Its social people
+// are "linked", "linked-several", "linked-blocked", "linked-elsewhere", "password-owner", "newcomer",
+// "newcomer-too", "business-linked", "business-blocked", "business-newcomer". Link quillmark_sandbox.
+// Everything may be used from any thread, the clock too.
 #pragma once
 
 #include <stdlib.h>
@@ -69,6 +71,24 @@ public:
     [[nodiscard]] sandbox::Faults& faults() { return server_.faults(); }
     [[nodiscard]] const sandbox::Account& account(std::string_view name) const {
         return service_.account(name);
+    }
+
+    [[nodiscard]] const sandbox::SocialPerson& person(std::string_view name) const {
+        return service_.person(name);
+    }
+
+    // A fresh authorisation code of a social person, beside the one that the seed gave him.
+    [[nodiscard]] std::string socialCode(std::string_view name) {
+        return service_.socialCode(person(name).name).value();
+    }
+
+    // How the sign-up of a social person went so far; all zero if he never tried.
+    [[nodiscard]] sandbox::SignUpReport signUpOf(std::string_view name) const {
+        for (const auto& report : service_.signUps()) {
+            if (report.person == name)
+                return report;
+        }
+        return {};
     }
 
     // A code that the account's next sign-in accepts. Two sign-ins at one time have codes; a third needs

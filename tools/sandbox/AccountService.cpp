@@ -1,134 +1,27 @@
 #include "tools/sandbox/AccountService.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <mutex>
 
-#include "tools/sandbox/Routes.h"
+#include "tools/sandbox/Dispatch.h"
 #include "tools/sandbox/Totp.h"
 
 namespace sandbox {
 namespace {
 
-constexpr std::string_view kClientHeader = "x-vqm-custom";
-constexpr std::string_view kClientName = "vqm-client";
-constexpr std::string_view kBearerPrefix = "Bearer ";
-
-// Every family of endpoints.
-std::array<std::span<const Route>, 4> allRoutes() {
-    return {signInRoutes(), contextRoutes(), userRoutes(), identityRoutes()};
-}
-
-struct Match {
-    const Route* route = nullptr;
-    std::vector<std::string> parameters;
-    std::string otherMethods;  // of rows that fit by path alone
-};
-
-Match findRoute(std::string_view method, std::string_view path) {
-    Match match;
-    std::vector<std::string> parameters;
-    for (const auto& family : allRoutes()) {
-        for (const Route& route : family) {
-            if (!matchPath(route.pattern, path, parameters))
-                continue;
-            if (route.method == method)
-                return {&route, parameters, {}};
-            match.otherMethods += (match.otherMethods.empty() ? "" : ", ") + std::string(route.method);
-        }
-    }
-    return match;
-}
-
-Answer refuseRoute(const Match& match) {
-    if (match.otherMethods.empty())
-        return refusal(404, "There is no such endpoint.");
-    Answer answer = refusal(405, "The endpoint has no such method.");
-    answer.headers.emplace_back("Allow", match.otherMethods);
-    return answer;
-}
-
-Answer refuseBearer(const std::string& detail) {
-    Answer answer = refusal(401, detail);
-    answer.headers.emplace_back("WWW-Authenticate", "Bearer");
-    return answer;
-}
-
-std::string_view trimmed(std::string_view text) {
-    while (!text.empty() && text.front() == ' ')
-        text.remove_prefix(1);
-    while (!text.empty() && text.back() == ' ')
-        text.remove_suffix(1);
-    return text;
-}
-
-// "application/json" of "application/json;charset=UTF-8".
-std::string_view mediaType(std::string_view value) {
-    return trimmed(value.substr(0, value.find(';')));
-}
-
-// A missing "Accept" takes anything (RFC 9110, 12.5.1).
-bool acceptsType(const NamedValues& headers, std::string_view type) {
-    const std::string* accept = findHeader(headers, "Accept");
-    if (accept == nullptr)
-        return true;
-    const std::string anySubtype = std::string(type.substr(0, type.find('/'))) + "/*";
-    for (std::string_view rest = *accept; !rest.empty();) {
-        const std::string_view element = rest.substr(0, rest.find(','));
-        const std::string_view wanted = mediaType(element);
-        if (wanted == "*/*" || equalsIgnoringCase(wanted, type) || equalsIgnoringCase(wanted, anySubtype))
-            return true;
-        rest.remove_prefix(std::min(element.size() + 1, rest.size()));
-    }
-    return false;
-}
-
-using Refused = std::optional<Answer>;  // nothing: go on
-
-Refused checkClient(const Request& request) {
-    const std::string* client = findHeader(request.headers, kClientHeader);
-    if (client != nullptr && *client == kClientName)
-        return std::nullopt;
-    return refusal(400, "The header x-vqm-custom must name the client.");
-}
-
-Refused checkBearer(ServiceState& state, const Request& request, Call& call) {
-    const std::string* value = findHeader(request.headers, "Authorization");
-    if (value == nullptr || !value->starts_with(kBearerPrefix))
-        return refuseBearer("The request carries no access token.");
-    const Session* session = state.sessionOf(value->substr(kBearerPrefix.size()));
-    if (session == nullptr)
-        return refuseBearer("The access token is unknown or has expired.");
-    call.account = session->owner;
-    return std::nullopt;
-}
-
-Refused checkBody(const Request& request, BodyRule rule, Call& call) {
-    if (rule == BodyRule::none)
-        return request.body.empty() ? Refused() : refusal(400, "The endpoint takes no body.");
-    const std::string* type = findHeader(request.headers, "Content-Type");
-    if (type == nullptr || !equalsIgnoringCase(mediaType(*type), "application/json"))
-        return refusal(415, "The body must be application/json.");
-    call.body = Json::parse(request.body, nullptr, false);
-    if (!call.body.is_object())
-        return refusal(400, "The body must be a JSON object.");
-    return std::nullopt;
-}
-
-Answer runRoute(ServiceState& state, const Route& route, Call& call) {
-    const Request& request = call.request;
-    if (auto refused = checkClient(request))
-        return *refused;
-    if (route.access == Access::bearer) {
-        if (auto refused = checkBearer(state, request, call))
-            return *refused;
-    }
-    if (!acceptsType(request.headers, route.produces))
-        return refusal(406, "The endpoint answers as " + std::string(route.produces) + ".");
-    if (auto refused = checkBody(request, route.body, call))
-        return *refused;
-    return route.handle(state, call);
+SignUpReport reportOf(const SignUp& signUp) {
+    SignUpReport report;
+    report.person = signUp.person->name;
+    report.provider = signUp.person->provider;
+    report.email = signUp.person->email;
+    report.cause = signUp.cause;
+    report.made = signUp.made;
+    report.requests = signUp.requests;
+    report.keys = static_cast<std::int64_t>(signUp.keys.size());
+    if (signUp.account != nullptr)
+        report.kind = accountKindWord(signUp.account->kind);
+    return report;
 }
 
 }  // namespace
@@ -153,20 +46,17 @@ AccountService::~AccountService() = default;
 
 Answer AccountService::answer(const Request& request) {
     const std::lock_guard lock(guarded_->mutex);
-    Target target = splitTarget(request.target);
-    Match match = findRoute(request.method, target.path);
-    if (match.route == nullptr)
-        return refuseRoute(match);
-    Call call{request, std::move(target.query), std::move(match.parameters), nullptr, nullptr};
-    Answer answer = runRoute(guarded_->state, *match.route, call);
-    if (call.account != nullptr)
-        answer.login = call.account->account->login;
-    return answer;
+    return dispatch(guarded_->state, request);
 }
 
 void AccountService::expireTokens() {
     const std::lock_guard lock(guarded_->mutex);
-    guarded_->state.expireTokens();
+    guarded_->state.expire(Perishable::tokens);
+}
+
+void AccountService::expire(Perishable what) {
+    const std::lock_guard lock(guarded_->mutex);
+    guarded_->state.expire(what);
 }
 
 void AccountService::setTokenLifetime(std::int64_t seconds) {
@@ -181,7 +71,7 @@ void AccountService::reset() {
 
 std::optional<std::string> AccountService::totpCode(std::string_view login) const {
     const std::lock_guard lock(guarded_->mutex);
-    const AccountRecord* record = guarded_->state.accountOfLogin(login);
+    const AccountRecord* record = guarded_->state.accounts().ofLogin(login);
     if (record == nullptr || record->account->totpSecret.empty())
         return std::nullopt;
     const std::int64_t current = totpStep(guarded_->state.now());
@@ -191,8 +81,43 @@ std::optional<std::string> AccountService::totpCode(std::string_view login) cons
     return sandbox::totpCode(decodeBase32(record->account->totpSecret).value_or(""), step);
 }
 
+void AccountService::setFinalization(const FinalizationRule& rule) {
+    const std::lock_guard lock(guarded_->mutex);
+    guarded_->state.setFinalization(rule);
+}
+
+std::vector<SignUpReport> AccountService::signUps() const {
+    const std::lock_guard lock(guarded_->mutex);
+    std::vector<SignUpReport> reports;
+    for (const SignUp& signUp : guarded_->state.social().signUps())
+        reports.push_back(reportOf(signUp));
+    return reports;
+}
+
+std::optional<std::string> AccountService::socialCode(std::string_view name) {
+    const std::lock_guard lock(guarded_->mutex);
+    ServiceState& state = guarded_->state;
+    for (const SocialPerson& person : state.seed().people) {
+        if (person.name == name)
+            return state.social().issueCode(person, state.codeExpiry());
+    }
+    return std::nullopt;
+}
+
+bool AccountService::setAccountState(std::string_view login, AccountState wanted) {
+    const std::lock_guard lock(guarded_->mutex);
+    AccountRecord* record = guarded_->state.accounts().ofLogin(login);
+    if (record != nullptr)
+        record->state = wanted;
+    return record != nullptr;
+}
+
 const Account& AccountService::account(std::string_view name) const {
     return accountNamed(guarded_->state.seed(), name);
+}
+
+const SocialPerson& AccountService::person(std::string_view name) const {
+    return personNamed(guarded_->state.seed(), name);
 }
 
 std::string AccountService::tokenKeyPem() const {

@@ -1,8 +1,7 @@
 // The account service without its sockets: a request goes in, an answer comes out.
 //
-// Checks what every endpoint asks for (path, method, the client's header, bearer, Accept, body) against the
-// table of routes and then runs the row's handler. One mutex guards all state and is held for one call, so
-// any thread may ask. Nothing here fails by exception but exhausted memory and a broken OpenSSL.
+// Guards the state of the service: one mutex, held for one call, so any thread may ask. What an answer is made
+// of stands in Dispatch and the families of endpoints. Nothing here fails by exception but exhausted memory and a broken OpenSSL.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "tools/sandbox/Accounts.h"
 #include "tools/sandbox/Http.h"
@@ -19,6 +19,18 @@ namespace sandbox {
 
 // The machine's clock.
 [[nodiscard]] std::int64_t systemClock();
+
+// A social person's way to an account.
+struct SignUpReport {
+    std::string person;
+    std::string provider;
+    std::string email;
+    std::string kind;  // of the account; empty until one was made
+    std::string cause;
+    std::int64_t made = 0;      // accounts; 1 is right
+    std::int64_t requests = 0;  // finalisations that named the person
+    std::int64_t keys = 0;      // different Idempotency-Keys of these
+};
 
 class AccountService {
 public:
@@ -32,10 +44,21 @@ public:
 
     // All access tokens expire now; identity secrets and challenges stay.
     void expireTokens();
+    // All of that kind expire now.
+    void expire(Perishable what);
     // For tokens issued from now on.
     void setTokenLifetime(std::int64_t seconds);
-    // Back to the seed: no tokens, no locks, no identity records.
+    // How sign-ups are finalised from now on; a reset goes back to the seed's rule.
+    void setFinalization(const FinalizationRule& rule);
+    // False if there is no such login. Access tokens that were handed out stay good.
+    bool setAccountState(std::string_view login, AccountState wanted);
+    // Back to the seed: no tokens, no locks, no identity records, no sign-ups, codes as new.
     void reset();
+
+    // Everybody who finalised a sign-up or tried to, in the order of the first request.
+    [[nodiscard]] std::vector<SignUpReport> signUps() const;
+    // A further authorisation code of a social person; nothing for an unknown name.
+    [[nodiscard]] std::optional<std::string> socialCode(std::string_view name);
 
     // The code that the account's authenticator shows now, or the next one when that was used up. Nothing for
     // an unknown login, an account without second factor, or when both were used.
@@ -43,6 +66,8 @@ public:
 
     // The seed's account of that name; throws SeedError if there is none.
     [[nodiscard]] const Account& account(std::string_view name) const;
+    // The same for its social people.
+    [[nodiscard]] const SocialPerson& person(std::string_view name) const;
 
     // PEM of the key that checks the tokens.
     [[nodiscard]] std::string tokenKeyPem() const;

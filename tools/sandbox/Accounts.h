@@ -1,11 +1,12 @@
-// The accounts of the sandbox and the seed file that they come from.
+// The accounts and social people of the sandbox and the seed file that they come from.
 //
-// These are the facts that a run starts with; what happens to an account while the service runs (locks, used
-// codes, identity records) is kept by ServiceState. The format of the file is told in README.md.
+// These are the facts that a run starts with; what happens while the service runs (locks, used codes, identity
+// records, sign-ups) is kept by ServiceState. The format of the file is told in README.md.
 // Plain values. readSeed and readSeedFile throw SeedError with a sentence that names the place.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -63,20 +64,52 @@ enum class AccountState {
     unverified,  // the e-mail address was never confirmed
     blocked,     // by the operator
     locked,      // for security reasons; only the operator can open it
+    failing,     // the service trips over its record
 };
+
+// Who signs in where. Each kind has endpoints of its own; a login of one is unknown at those of the others.
+enum class AccountKind { customer, business, administrator };
 
 struct Account {
     std::string name;  // what tests and the README call it
-    std::string login;
-    std::string password;
+    AccountKind kind = AccountKind::customer;
+    std::string login;       // an e-mail address
+    std::string password;    // empty: made by a social sign-up, no password fits
     std::string totpSecret;  // base32; empty: no second factor
     AccountState state = AccountState::active;
     bool ownContext = false;
     std::string customerNumber;
     std::string customerContactNumber;
+    std::string businessContactNumber;  // of a business account: a claim of all its tokens
     Customer customer;
-    std::vector<Scope> scopes;  // rights of a token for the own context
+    std::vector<Scope> scopes;  // rights of a token for the own context, of every token for the other kinds
     std::vector<Trust> trusts;
+};
+
+// An outside service that vouches for people.
+struct Provider {
+    std::string key;
+    std::string displayName;
+};
+
+// Somebody as a provider knows him.
+struct SocialPerson {
+    std::string name;      // what tests and the README call it
+    std::string provider;  // key
+    std::string accessToken;
+    std::string code;  // good from the start on; further ones are made on demand
+    std::string email;
+    std::string firstName;
+    std::string lastName;
+    std::string account;  // name of the account that he is linked to; empty: none
+};
+
+// How long the work behind a sign-up takes: both must have passed. Until then its requests are told to wait.
+struct FinalizationRule {
+    std::int64_t busyAnswers = 0;  // requests of one key, the first included
+    std::int64_t busySeconds = 0;  // since the first
+    std::int64_t retryAfterSeconds = 1;
+    std::int64_t successStatus = 204;  // or 200
 };
 
 struct Rules {
@@ -85,11 +118,16 @@ struct Rules {
     std::int64_t wrongCodesPerChallenge = 5;
     std::int64_t wrongPasswordsBeforeLock = 5;
     std::int64_t lockSeconds = 300;
+    std::int64_t codeLifetimeSeconds = 600;           // of an authorisation code
+    std::int64_t idempotencyLifetimeSeconds = 86400;  // of the memory of an Idempotency-Key
+    FinalizationRule finalization;
 };
 
 struct Seed {
     Rules rules;
     std::vector<Account> accounts;
+    std::vector<Provider> providers;
+    std::vector<SocialPerson> people;
 };
 
 class SeedError : public std::runtime_error {
@@ -105,5 +143,11 @@ public:
 
 // The account of that name; throws SeedError if there is none.
 [[nodiscard]] const Account& accountNamed(const Seed& seed, std::string_view name);
+[[nodiscard]] const SocialPerson& personNamed(const Seed& seed, std::string_view name);
+
+// The words of the seed file and of the control paths.
+[[nodiscard]] std::optional<AccountState> accountState(std::string_view word);
+[[nodiscard]] std::optional<AccountKind> accountKind(std::string_view word);
+[[nodiscard]] std::string_view accountKindWord(AccountKind kind);
 
 }  // namespace sandbox

@@ -68,11 +68,11 @@ Answer listTrusts(ServiceState&, const Call& call) {
 }
 
 constexpr Route kRoutes[] = {
-    {"POST", "/api/customer/registry/v2/tokens/context", Access::bearer, BodyRule::none, "application/json",
+    {"POST", "/api/customer/registry/v2/tokens/context", Access::customer, BodyRule::none, "application/json",
      takeOwnContext},
-    {"POST", "/api/customer/registry/v2/tokens/trust", Access::bearer, BodyRule::json, "application/json",
+    {"POST", "/api/customer/registry/v2/tokens/trust", Access::customer, BodyRule::json, "application/json",
      takeTrustContext},
-    {"GET", "/api/registry/v2/trustee/trusts", Access::bearer, BodyRule::none, "application/json",
+    {"GET", "/api/registry/v2/trustee/trusts", Access::customer, BodyRule::none, "application/json",
      listTrusts},
 };
 

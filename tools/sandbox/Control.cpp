@@ -4,6 +4,7 @@
 #include <set>
 
 #include "tools/sandbox/Routes.h"
+#include "tools/sandbox/SeedMembers.h"
 
 namespace sandbox {
 namespace {
@@ -53,7 +54,7 @@ std::string readFault(const Json& body, Fault& fault) {
     fault.headers.assign(headers.begin(), headers.end());
     const auto kind = faultKind(word);
     if (!kind)
-        return "\"kind\" is delay, status, cut or half";
+        return "\"kind\" is delay, status, cut, half or lost";
     if (count < 1 || count > UINT32_MAX || delayMs < 0 || delayMs > kLongestDelayMs)
         return "\"count\" is at least 1 and \"delayMs\" at most 600000";
     if (fault.status < 200 || fault.status > 599)
@@ -84,9 +85,51 @@ Answer clearFaults(const Controlled& controlled, const Request&) {
     return success({{"waiting", 0}});
 }
 
-Answer expireTokens(const Controlled& controlled, const Request&) {
-    controlled.service.expireTokens();
+template <Perishable what>
+Answer expireAll(const Controlled& controlled, const Request&) {
+    controlled.service.expire(what);
     return success({{"expired", true}});
+}
+
+// Members as in the seed file; those that are missing get the seed file's defaults.
+Answer setFinalization(const Controlled& controlled, const Request& request) {
+    const auto body = nlohmann::json::parse(request.body, nullptr, false);
+    try {
+        controlled.service.setFinalization(readFinalizationRule(body, "The body"));
+    } catch (const SeedError& problem) {
+        return refusal(400, problem.what());
+    }
+    return success({{"set", true}});
+}
+
+Answer setAccountState(const Controlled& controlled, const Request& request) {
+    const Json body = Json::parse(request.body, nullptr, false);
+    std::string login;
+    std::string word;
+    if (!body.is_object())
+        return refusal(400, "The body must be a JSON object.");
+    if (const auto fault = readStrings(body, {{"login", &login}, {"state", &word}}); !fault.empty())
+        return refusal(400, fault);
+    const auto state = accountState(word);
+    if (!state)
+        return refusal(400, "\"state\" is active, unverified, blocked, locked or failing.");
+    if (!controlled.service.setAccountState(login, *state))
+        return refusal(404, "There is no account of this login.");
+    return success({{"set", true}});
+}
+
+Answer showSignUps(const Controlled& controlled, const Request&) {
+    Json list = Json::array();
+    for (const SignUpReport& report : controlled.service.signUps())
+        list.push_back({{"person", report.person},
+                        {"provider", report.provider},
+                        {"email", report.email},
+                        {"kind", report.kind},
+                        {"cause", report.cause},
+                        {"made", report.made},
+                        {"requests", report.requests},
+                        {"keys", report.keys}});
+    return success(list);
 }
 
 Answer resetAll(const Controlled& controlled, const Request&) {
@@ -108,22 +151,39 @@ Answer showLog(const Controlled& controlled, const Request&) {
     return success(list);
 }
 
+Answer plainText(const std::string& text) {
+    Answer answer;
+    answer.contentType = "text/plain";
+    answer.body = text;
+    return answer;
+}
+
 Answer showTotp(const Controlled& controlled, const Request& request) {
     const Target target = splitTarget(request.target);
     const std::string* login = findValue(target.query, "login");
     const auto code = controlled.service.totpCode(login != nullptr ? *login : "");
-    if (!code)
-        return refusal(404, "No account of this login has a code to give now.");
-    Answer answer;
-    answer.contentType = "text/plain";
-    answer.body = *code;
-    return answer;
+    return code ? plainText(*code) : refusal(404, "No account of this login has a code to give now.");
+}
+
+Answer issueSocialCode(const Controlled& controlled, const Request& request) {
+    const Target target = splitTarget(request.target);
+    const std::string* person = findValue(target.query, "person");
+    const auto code = controlled.service.socialCode(person != nullptr ? *person : "");
+    return code ? plainText(*code) : refusal(404, "There is no social person of this name.");
 }
 
 constexpr ControlRoute kRoutes[] = {
     {"POST", "/sandbox/faults", addFault},
     {"DELETE", "/sandbox/faults", clearFaults},
-    {"POST", "/sandbox/tokens/expire", expireTokens},
+    {"POST", "/sandbox/tokens/expire", expireAll<Perishable::tokens>},
+    {"POST", "/sandbox/secrets/expire", expireAll<Perishable::secrets>},
+    {"POST", "/sandbox/challenges/expire", expireAll<Perishable::challenges>},
+    {"POST", "/sandbox/codes/expire", expireAll<Perishable::codes>},
+    {"POST", "/sandbox/idempotency/expire", expireAll<Perishable::idempotencyKeys>},
+    {"POST", "/sandbox/finalization", setFinalization},
+    {"POST", "/sandbox/accounts/state", setAccountState},
+    {"GET", "/sandbox/sign-ups", showSignUps},
+    {"POST", "/sandbox/codes", issueSocialCode},
     {"POST", "/sandbox/reset", resetAll},
     {"GET", "/sandbox/log", showLog},
     {"GET", "/sandbox/totp", showTotp},

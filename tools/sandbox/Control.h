@@ -1,4 +1,5 @@
-// The control paths of the sandbox, below "/sandbox/": set faults, expire tokens, reset, read the log.
+// The control paths of the sandbox, below "/sandbox/": set faults, let things expire, steer sign-ups, reset,
+// read the log.
 //
 // They belong to the sandbox alone; no account service has them. Any thread.
 #pragma once

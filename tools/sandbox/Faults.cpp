@@ -11,10 +11,8 @@ struct KindWord {
 };
 
 constexpr KindWord kKindWords[] = {
-    {FaultKind::delay, "delay"},
-    {FaultKind::status, "status"},
-    {FaultKind::cut, "cut"},
-    {FaultKind::half, "half"},
+    {FaultKind::delay, "delay"}, {FaultKind::status, "status"}, {FaultKind::cut, "cut"},
+    {FaultKind::half, "half"},   {FaultKind::lost, "lost"},
 };
 
 bool fits(const Fault& fault, std::string_view method, std::string_view path) {

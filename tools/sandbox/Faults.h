@@ -21,7 +21,8 @@ enum class FaultKind {
     delay,   // the right answer, late
     status,  // `status` and `body` in place of an answer; the service doesn't see the request
     cut,     // the connection ends before a byte of the answer; the service doesn't see the request
-    half,    // the right answer, promised whole and ended after half of its body
+    half,    // the right answer, promised whole and ended after half of its body; one without a body is lost
+    lost,    // the service does its work, and the connection ends before a byte of the answer
 };
 
 struct Fault {

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <optional>
 
+#include "tools/sandbox/Random.h"
 #include "tools/sandbox/Routes.h"
 
 namespace sandbox {
@@ -104,11 +105,11 @@ Answer issueSecret(ServiceState& state, const Call& call) {
 }
 
 constexpr Route kRoutes[] = {
-    {"GET", "/api/registry/v2/identities", Access::bearer, BodyRule::none, "application/json",
+    {"GET", "/api/registry/v2/identities", Access::identity, BodyRule::none, "application/json",
      listIdentities},
-    {"POST", "/api/registry/v2/identities", Access::bearer, BodyRule::json, "application/json",
+    {"POST", "/api/registry/v2/identities", Access::identity, BodyRule::json, "application/json",
      createIdentity},
-    {"GET", "/api/registry/v2/identities/{}/token", Access::bearer, BodyRule::none, "text/plain",
+    {"GET", "/api/registry/v2/identities/{}/token", Access::identity, BodyRule::none, "text/plain",
      issueSecret},
 };
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "tools/sandbox/Random.h"
+
 namespace sandbox {
 namespace {
 
@@ -39,6 +41,12 @@ bool matchPath(std::string_view pattern, std::string_view path, std::vector<std:
 Answer success(const Json& body) {
     Answer answer;
     answer.body = body.dump();
+    return answer;
+}
+
+Answer noContent() {
+    Answer answer;
+    answer.status = 204;
     return answer;
 }
 

@@ -1,8 +1,8 @@
 // The table that says which endpoints the service has, and what a handler is given.
 //
-// A row names the method, the path, who may call and what the body must be; AccountService checks all of that
-// before the handler runs. A family of endpoints is one file with its handlers and its rows; a new family
-// adds its rows to the list in AccountService.cpp.
+// A row names the method, the path, who may call and what the body must be; Dispatch checks all of that before
+// the handler runs. A family of endpoints is one file with its handlers and its rows; a new family adds its
+// rows to the list in Dispatch.cpp.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -19,8 +19,11 @@ namespace sandbox {
 using Json = nlohmann::ordered_json;
 
 enum class Access {
-    open,    // anybody
-    bearer,  // an access token that is still good
+    open,          // anybody
+    openOrBearer,  // anybody, but an access token that is sent must be good
+    bearer,        // an access token that is still good
+    customer,      // one of a customer
+    identity,      // one of a customer or a business: these may own identity records
 };
 
 enum class BodyRule {
@@ -33,7 +36,7 @@ struct Call {
     NamedValues query;
     std::vector<std::string> parameters;  // what stood in the place of each {} of the pattern
     Json body;                            // an object if the row asks for one
-    AccountRecord* account = nullptr;     // the bearer, if the row asks for one
+    AccountRecord* account = nullptr;     // the bearer, if one was asked for or sent
 };
 
 struct Route {
@@ -49,12 +52,16 @@ struct Route {
 [[nodiscard]] std::span<const Route> contextRoutes();
 [[nodiscard]] std::span<const Route> userRoutes();
 [[nodiscard]] std::span<const Route> identityRoutes();
+[[nodiscard]] std::span<const Route> businessRoutes();
+[[nodiscard]] std::span<const Route> socialRoutes();
+[[nodiscard]] std::span<const Route> signUpRoutes();
 
 // True if `path` fits `pattern`; `parameters` gets the segments behind each "{}".
 [[nodiscard]] bool matchPath(std::string_view pattern, std::string_view path,
                              std::vector<std::string>& parameters);
 
 [[nodiscard]] Answer success(const Json& body);
+[[nodiscard]] Answer noContent();
 
 // The error body of the service: type, title, status, detail, traceId, and errorCode where one is given.
 [[nodiscard]] Answer refusal(int status, const std::string& detail, const std::string& errorCode = {},

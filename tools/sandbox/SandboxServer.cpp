@@ -275,8 +275,10 @@ void SandboxServer::FrontEnd::exchange(const Request& request, httplib::Response
     if (kind == FaultKind::cut)
         return served.connection->cut();
     const Answer answer = kind == FaultKind::status ? faultAnswer(*fault) : service_.answer(request);
-    record.status = answer.status;
     record.login = answer.login;
+    if (kind == FaultKind::lost || (kind == FaultKind::half && answer.body.empty()))
+        return served.connection->cut();
+    record.status = answer.status;
     kind == FaultKind::half ? giveHalf(answer, response) : giveAnswer(answer, response);
 }
 

@@ -1,9 +1,8 @@
 #include "tools/sandbox/ServiceState.h"
 
-#include <openssl/rand.h>
-
-#include <algorithm>
 #include <nlohmann/json.hpp>
+
+#include "tools/sandbox/Random.h"
 
 namespace sandbox {
 namespace {
@@ -27,26 +26,16 @@ std::string availableContexts(const Account& account) {
 }
 
 // Who acts, by which number. A token for an organisation carries the organisation's number in place of the
-// customer's own ones; a token without a context carries neither.
+// customer's own ones; a token without a context carries neither. A business has one number everywhere.
 void addNumbers(Json& claims, const Account& account, const TokenPurpose& purpose) {
     if (purpose.trust != nullptr && !purpose.trust->businessContactNumber.empty())
         claims["businessContactNumber"] = purpose.trust->businessContactNumber;
+    if (account.kind == AccountKind::business && !account.businessContactNumber.empty())
+        claims["businessContactNumber"] = account.businessContactNumber;
     if (purpose.ownContext) {
         claims["customerNumber"] = account.customerNumber;
         claims["customerContactNumber"] = account.customerContactNumber;
     }
-}
-
-template <typename Map>
-void eraseExpired(Map& entries, std::int64_t now) {
-    std::erase_if(entries, [now](const auto& entry) { return entry.second.expiresAt <= now; });
-}
-
-// The entry of a key unless its time has passed.
-template <typename Map>
-auto* findLive(Map& entries, const std::string& key, std::int64_t now) {
-    const auto found = entries.find(key);
-    return found == entries.end() || found->second.expiresAt <= now ? nullptr : &found->second;
 }
 
 }  // namespace
@@ -59,17 +48,25 @@ void ServiceState::reset() {
     sessions_.clear();
     challenges_.clear();
     secrets_.clear();
-    records_.clear();
-    records_.reserve(seed_.accounts.size());
-    for (const Account& account : seed_.accounts)
-        records_.push_back({&account, 0, 0, 0, {}});
+    idempotency_.clear();
+    finalization_ = seed_.rules.finalization;
+    accounts_.reset(seed_);
+    social_.reset(seed_, accounts_, codeExpiry());
 }
 
-AccountRecord* ServiceState::accountOfLogin(std::string_view login) {
-    const auto found = std::find_if(records_.begin(), records_.end(), [login](const AccountRecord& record) {
-        return record.account->login == login;
-    });
-    return found == records_.end() ? nullptr : &*found;
+void ServiceState::expire(Perishable what) {
+    switch (what) {
+        case Perishable::tokens:
+            return sessions_.clear();
+        case Perishable::secrets:
+            return secrets_.clear();
+        case Perishable::challenges:
+            return challenges_.clear();
+        case Perishable::codes:
+            return social_.expireCodes();
+        case Perishable::idempotencyKeys:
+            return idempotency_.clear();
+    }
 }
 
 std::string ServiceState::issueToken(AccountRecord& owner, const TokenPurpose& purpose) {
@@ -118,19 +115,7 @@ void ServiceState::forgetExpired() {
     eraseExpired(sessions_, now());
     eraseExpired(challenges_, now());
     eraseExpired(secrets_, now());
-}
-
-std::string randomHex(std::size_t bytes) {
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string raw(bytes, '\0');
-    if (RAND_bytes(reinterpret_cast<unsigned char*>(raw.data()), static_cast<int>(bytes)) != 1)
-        throw std::runtime_error("the random generator failed");
-    std::string text;
-    for (const char byte : raw) {
-        text += digits[static_cast<unsigned char>(byte) >> 4];
-        text += digits[static_cast<unsigned char>(byte) & 0x0F];
-    }
-    return text;
+    social_.forgetExpired(now());
 }
 
 }  // namespace sandbox

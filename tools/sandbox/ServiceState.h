@@ -1,4 +1,5 @@
-// What the sandbox remembers while it runs: tokens, challenges, locks, used codes, identity records.
+// What the sandbox remembers while it runs: tokens, challenges, secrets, and the books of accounts, social
+// people and Idempotency-Keys.
 //
 // Everything lives in memory and is gone with the process. The clock is the caller's, so that expiry can be
 // tested without waiting. Not guarded: AccountService holds its mutex around every use.
@@ -8,32 +9,18 @@
 #include <functional>
 #include <map>
 #include <string>
-#include <string_view>
 #include <vector>
 
+#include "tools/sandbox/AccountBook.h"
 #include "tools/sandbox/Accounts.h"
+#include "tools/sandbox/Expiry.h"
+#include "tools/sandbox/Idempotency.h"
 #include "tools/sandbox/Jwt.h"
+#include "tools/sandbox/SocialBook.h"
 
 namespace sandbox {
 
 using Clock = std::function<std::int64_t()>;  // seconds since 1970, UTC
-
-struct IdentityRecord {
-    std::string id;
-    std::string name;
-    std::string type;
-    std::string role;
-    std::vector<Scope> rights;
-};
-
-// An account and what has happened to it.
-struct AccountRecord {
-    const Account* account = nullptr;
-    std::int64_t wrongPasswords = 0;
-    std::int64_t lockedUntil = 0;
-    std::int64_t lastTotpStep = 0;
-    std::vector<IdentityRecord> identities;
-};
 
 struct Session {
     AccountRecord* owner = nullptr;
@@ -52,7 +39,14 @@ struct IdentitySecret {
     std::int64_t expiresAt = 0;
 };
 
-inline constexpr std::int64_t kNever = INT64_MAX;
+// What has an end, and can be made to end now.
+enum class Perishable {
+    tokens,      // access tokens
+    secrets,     // of identity records
+    challenges,  // for a second factor
+    codes,       // of social people
+    idempotencyKeys,
+};
 
 // What a new token is for. At most one of `ownContext` and `trust` is set.
 struct TokenPurpose {
@@ -76,14 +70,24 @@ public:
     // Back to the seed.
     void reset();
 
-    // Null if there is none.
-    [[nodiscard]] AccountRecord* accountOfLogin(std::string_view login);
+    [[nodiscard]] AccountBook& accounts() { return accounts_; }
+    [[nodiscard]] SocialBook& social() { return social_; }
+    [[nodiscard]] IdempotencyRecords& idempotency() { return idempotency_; }
+
+    // How sign-ups are finalised, the seed's rule until the next call and after a reset.
+    [[nodiscard]] const FinalizationRule& finalization() const { return finalization_; }
+    void setFinalization(const FinalizationRule& rule) { finalization_ = rule; }
+
+    // All of that kind that were handed out so far.
+    void expire(Perishable what);
+
+    // The end of a code that is issued now.
+    [[nodiscard]] std::int64_t codeExpiry() const { return now() + rules().codeLifetimeSeconds; }
 
     // A new access token, good for rules().tokenLifetimeSeconds.
     [[nodiscard]] std::string issueToken(AccountRecord& owner, const TokenPurpose& purpose);
     // Null for a token that was never issued, has expired or was called back.
     [[nodiscard]] const Session* sessionOf(const std::string& token) const;
-    void expireTokens() { sessions_.clear(); }
 
     [[nodiscard]] std::string openChallenge(AccountRecord& owner);
     [[nodiscard]] Challenge* challengeOf(const std::string& token);
@@ -99,13 +103,13 @@ private:
     Seed seed_;
     Clock clock_;
     TokenSigner signer_;
-    std::vector<AccountRecord> records_;  // never grows after reset(): others point into it
+    FinalizationRule finalization_;
+    AccountBook accounts_;
+    SocialBook social_;
+    IdempotencyRecords idempotency_;
     std::map<std::string, Session> sessions_;
     std::map<std::string, Challenge> challenges_;
     std::map<std::string, IdentitySecret> secrets_;
 };
-
-// `bytes` random bytes as lower-case hex digits.
-[[nodiscard]] std::string randomHex(std::size_t bytes);
 
 }  // namespace sandbox

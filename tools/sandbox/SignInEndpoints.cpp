@@ -1,70 +1,21 @@
-// How a session begins: password, second factor, the secret of an identity.
+// How a customer's session begins: password, second factor, the secret of an identity.
 
-#include "tools/sandbox/Routes.h"
+#include "tools/sandbox/SignIn.h"
 #include "tools/sandbox/Totp.h"
 
 namespace sandbox {
 namespace {
 
-// A token as it is before a context was chosen.
-Answer grantToken(ServiceState& state, AccountRecord& owner, std::vector<Scope> scopes = {}) {
-    Answer answer = success({{"accessToken", state.issueToken(owner, {false, nullptr, std::move(scopes)})}});
-    answer.login = owner.account->login;
-    return answer;
-}
-
-Answer owned(Answer answer, const AccountRecord& owner) {
-    answer.login = owner.account->login;
-    return answer;
-}
-
-Answer refuseTemporarilyLocked(const ServiceState& state, const AccountRecord& owner) {
-    Answer answer = refusal(429, "Too many wrong passwords.", "ACCOUNT_LOCKED_TRY_AGAIN");
-    answer.headers.emplace_back("Retry-After", std::to_string(owner.lockedUntil - state.now()));
-    return answer;
-}
-
-Answer refuseWrongPassword(const ServiceState& state, AccountRecord& owner) {
-    if (++owner.wrongPasswords >= state.rules().wrongPasswordsBeforeLock) {
-        owner.wrongPasswords = 0;
-        owner.lockedUntil = state.now() + state.rules().lockSeconds;
-    }
-    return refusal(401, "The password is wrong.");
-}
-
-// What a right password gives, by the state of the account. Only who knows the password learns the state.
-Answer answerByState(ServiceState& state, AccountRecord& owner) {
-    switch (owner.account->state) {
-        case AccountState::unverified:
-            return refusal(403, "The e-mail address is not verified.", "EMAIL_NOT_VERIFIED");
-        case AccountState::blocked:
-            return refusal(403, "The account is blocked.", "ACCOUNT_BLOCKED");
-        case AccountState::locked:
-            return refusal(423, "The account was locked for security reasons.", "ACCOUNT_LOCKED");
-        case AccountState::active:
-            break;
-    }
-    if (owner.account->totpSecret.empty())
-        return grantToken(state, owner);
-    return refusal(403, "A second factor is required.", "2FA_TOTP_REQUIRED",
-                   {{"challengeToken", state.openChallenge(owner)}});
-}
-
+// Only who knows the password learns that there is a second factor.
 Answer signInByPassword(ServiceState& state, const Call& call) {
-    std::string login;
-    std::string password;
-    if (const auto fault = readStrings(call.body, {{"login", &login}, {"password", &password}});
-        !fault.empty())
-        return refusal(400, fault);
-    AccountRecord* owner = state.accountOfLogin(login);
-    if (owner == nullptr)
-        return refusal(404, "There is no account of this login.");
-    if (owner->lockedUntil > state.now())
-        return owned(refuseTemporarilyLocked(state, *owner), *owner);
-    if (owner->account->password != password)
-        return owned(refuseWrongPassword(state, *owner), *owner);
-    owner->wrongPasswords = 0;
-    return owned(answerByState(state, *owner), *owner);
+    AccountRecord* owner = nullptr;
+    if (auto refused = refusePassword(state, call, {AccountKind::customer, "login", 404}, owner))
+        return *refused;
+    if (owner->account->totpSecret.empty())
+        return grantToken(state, *owner, firstScopes(*owner));
+    return owned(refusal(403, "A second factor is required.", "2FA_TOTP_REQUIRED",
+                         {{"challengeToken", state.openChallenge(*owner)}}),
+                 *owner);
 }
 
 Answer refuseWrongCode(ServiceState& state, Challenge& challenge, const std::string& challengeToken) {
@@ -89,26 +40,11 @@ Answer signInBySecondFactor(ServiceState& state, const Call& call) {
         return owned(refuseWrongCode(state, *challenge, challengeToken), owner);
     owner.lastTotpStep = *step;
     state.closeChallenge(challengeToken);
-    return grantToken(state, owner);
+    return grantToken(state, owner, firstScopes(owner));
 }
 
-std::vector<Scope> rightsOf(const AccountRecord& owner, const std::string& identityId) {
-    for (const IdentityRecord& identity : owner.identities) {
-        if (identity.id == identityId)
-            return identity.rights;
-    }
-    return {};
-}
-
-Answer signInByIdentity(ServiceState& state, const Call& call) {
-    std::string secretKey;
-    if (const auto fault = readStrings(call.body, {{"secretKey", &secretKey}}); !fault.empty())
-        return refusal(400, fault);
-    const IdentitySecret* secret = state.identitySecretOf(secretKey);
-    if (secret == nullptr)
-        return refusal(401, "The secret is unknown or has expired.");
-    AccountRecord& owner = *secret->owner;
-    return grantToken(state, owner, rightsOf(owner, secret->identityId));
+Answer signInByCustomersIdentity(ServiceState& state, const Call& call) {
+    return signInByIdentity(state, call, AccountKind::customer);
 }
 
 constexpr Route kRoutes[] = {
@@ -117,7 +53,7 @@ constexpr Route kRoutes[] = {
     {"POST", "/api/customer/registry/v2/2fa/totp/tokens", Access::open, BodyRule::json, "application/json",
      signInBySecondFactor},
     {"POST", "/api/customer/registry/v2/tokens/identity", Access::open, BodyRule::json, "application/json",
-     signInByIdentity},
+     signInByCustomersIdentity},
 };
 
 }  // namespace

@@ -7,6 +7,7 @@
 namespace {
 
 using nlohmann::json;
+using sandbox::AccountKind;
 using sandbox::AccountState;
 
 json seedDocument() {
@@ -46,13 +47,13 @@ TEST(Accounts, RefusesABrokenSeedWithASentence) {
         {"a customer without city", R"([{"op":"remove","path":"/accounts/0/customer/city"}])",
          "accounts[0].customer lacks \"city\""},
         {"an unknown state", R"([{"op":"add","path":"/accounts/0/state","value":"asleep"}])",
-         "\"state\" is none of active, unverified, blocked, locked"},
+         "\"state\" is none of active, unverified, blocked, locked, failing"},
         {"a secret that is not base32", R"([{"op":"add","path":"/accounts/0/totpSecret","value":"1!"}])",
          "\"totpSecret\" is not base32"},
         {"two accounts of one name", R"([{"op":"copy","from":"/accounts/0","path":"/accounts/-"}])",
          "two accounts have the name \"one\""},
         {"a lifetime of 0", R"([{"op":"add","path":"/rules/tokenLifetimeSeconds","value":0}])",
-         "\"tokenLifetimeSeconds\" must be greater than 0"},
+         "\"tokenLifetimeSeconds\" must be at least 1"},
         {"trusts that are no array", R"([{"op":"add","path":"/accounts/0/trusts","value":{}}])",
          "\"trusts\" is not an array"},
         {"a trust without trustor", R"([{"op":"add","path":"/accounts/0/trusts","value":[{"id":"t"}]}])",
@@ -73,29 +74,35 @@ TEST(Accounts, RefusesABrokenSeedWithASentence) {
     EXPECT_THROW((void)sandbox::readSeedFile("/no/such/file"), sandbox::SeedError) << "no file";
 }
 
-TEST(Accounts, SeedFileHasTheSixAccounts) {
+TEST(Accounts, SeedFileHasItsAccounts) {
     const sandbox::Seed seed = sandbox::readSeedFile(sandbox::defaultSeedFile());
     static const struct {
         const char* name;
+        AccountKind kind;
         bool secondFactor;
         bool ownContext;
         std::size_t organizations;
         std::size_t persons;
         AccountState state;
     } rows[] = {
-        {"plain", false, true, 0, 0, AccountState::active},
-        {"second-factor", true, true, 0, 0, AccountState::active},
-        {"organisation-only", false, false, 1, 0, AccountState::active},
-        {"several-contexts", false, true, 2, 1, AccountState::active},
-        {"blocked", false, true, 0, 0, AccountState::blocked},
-        {"locked", false, true, 0, 0, AccountState::locked},
+        {"plain", AccountKind::customer, false, true, 0, 0, AccountState::active},
+        {"second-factor", AccountKind::customer, true, true, 0, 0, AccountState::active},
+        {"organisation-only", AccountKind::customer, false, false, 1, 0, AccountState::active},
+        {"several-contexts", AccountKind::customer, false, true, 2, 1, AccountState::active},
+        {"blocked", AccountKind::customer, false, true, 0, 0, AccountState::blocked},
+        {"locked", AccountKind::customer, false, true, 0, 0, AccountState::locked},
+        {"business", AccountKind::business, false, false, 0, 0, AccountState::active},
+        {"business-blocked", AccountKind::business, false, false, 0, 0, AccountState::blocked},
+        {"administrator", AccountKind::administrator, false, false, 0, 0, AccountState::active},
     };
+    EXPECT_EQ(seed.accounts.size(), std::size(rows));
     for (const auto& row : rows) {
         const sandbox::Account& account = sandbox::accountNamed(seed, row.name);
         std::size_t organizations = 0;
         for (const sandbox::Trust& trust : account.trusts)
             organizations += trust.type == "Organization" ? 1u : 0u;
         EXPECT_EQ(!account.totpSecret.empty(), row.secondFactor) << row.name;
+        EXPECT_EQ(account.kind, row.kind) << row.name;
         EXPECT_EQ(account.ownContext, row.ownContext) << row.name;
         EXPECT_EQ(organizations, row.organizations) << row.name;
         EXPECT_EQ(account.trusts.size() - organizations, row.persons) << row.name;

@@ -108,6 +108,93 @@ TEST_F(Control, GivesTheCodeOfTheAuthenticator) {
     EXPECT_EQ(ask("GET", "/sandbox/totp").status, 404);
 }
 
+TEST_F(Control, TakesARuleForSignUps) {
+    static const struct {
+        const char* name;
+        const char* body;
+        int status;
+    } rows[] = {
+        {"all members", R"({"busyAnswers":2,"busySeconds":0,"retryAfterSeconds":5,"successStatus":200})",
+         200},
+        {"no member", "{}", 200},
+        {"a negative number", R"({"busyAnswers":-1})", 400},
+        {"half an answer", R"({"busyAnswers":0.5})", 400},
+        {"a text", R"({"busySeconds":"1"})", 400},
+        {"another success", R"({"successStatus":202})", 400},
+        {"a misspelt member", R"({"busy":1})", 400},
+        {"an array", "[]", 400},
+        {"no JSON", "busyAnswers", 400},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(ask("POST", "/sandbox/finalization", row.body).status, row.status) << row.name;
+}
+
+TEST_F(Control, SteersAndShowsSignUps) {
+    EXPECT_EQ(ask("GET", "/sandbox/sign-ups").body, "[]");
+    EXPECT_EQ(ask("POST", "/sandbox/finalization", R"({"busyAnswers":1,"retryAfterSeconds":5})").status, 200);
+    const auto finalize = [&] {
+        sandbox::NamedValues headers = clientHeaders();
+        headers.emplace_back("Idempotency-Key", "k");
+        return exchange(fixture.baseUrl(), "POST", "/api/quillmark/CUSTOMER_REGISTRATION_FINALIZE_OAUTH",
+                        headers, R"({"code":"gp-code-newcomer-6","cause":"trial"})");
+    };
+    const Reply busy = finalize();
+    EXPECT_EQ(busy.status, 409);
+    EXPECT_EQ(*sandbox::findHeader(busy.headers, "Retry-After"), "5");
+    EXPECT_EQ(ask("GET", "/sandbox/sign-ups").body,
+              R"([{"person":"newcomer","provider":"glowpass","email":"sol.newcomer@example.test",)"
+              R"("kind":"","cause":"","made":0,"requests":1,"keys":1}])");
+    EXPECT_EQ(finalize().status, 204);
+    EXPECT_EQ(ask("GET", "/sandbox/sign-ups").body,
+              R"([{"person":"newcomer","provider":"glowpass","email":"sol.newcomer@example.test",)"
+              R"("kind":"customer","cause":"trial","made":1,"requests":2,"keys":1}])");
+    ask("POST", "/sandbox/reset");
+    EXPECT_EQ(ask("GET", "/sandbox/sign-ups").body, "[]");
+    EXPECT_EQ(finalize().status, 204) << "the seed's rule again";
+}
+
+TEST_F(Control, GivesCodesOfSocialPeople) {
+    const auto signIn = [&](const std::string& code) {
+        return exchange(fixture.baseUrl(), "POST", "/api/customer/registry/v2/tokens/external",
+                        clientHeaders(), json{{"code", code}}.dump())
+            .status;
+    };
+    const Reply first = ask("POST", "/sandbox/codes?person=linked");
+    const Reply second = ask("POST", "/sandbox/codes?person=linked");
+    EXPECT_EQ(first.status, 200);
+    EXPECT_NE(first.body, second.body);
+    EXPECT_EQ(signIn(second.body), 200);
+    EXPECT_EQ(signIn(first.body), 200) << "a further code leaves the former ones good";
+    EXPECT_EQ(ask("POST", "/sandbox/codes?person=nobody").status, 404);
+    EXPECT_EQ(ask("POST", "/sandbox/codes").status, 404);
+}
+
+TEST_F(Control, SetsTheStateOfAnAccount) {
+    static const struct {
+        const char* name;
+        const char* body;
+        int status;
+        int signIn;  // of "plain" afterwards
+    } rows[] = {
+        {"blocked", R"({"login":"anna.plain@example.test","state":"blocked"})", 200, 403},
+        {"locked", R"({"login":"anna.plain@example.test","state":"locked"})", 200, 423},
+        {"failing", R"({"login":"anna.plain@example.test","state":"failing"})", 200, 500},
+        {"an unknown state", R"({"login":"anna.plain@example.test","state":"asleep"})", 400, 500},
+        {"an unknown login", R"({"login":"nobody@example.test","state":"active"})", 404, 500},
+        {"no login", R"({"state":"active"})", 400, 500},
+        {"no JSON", "active", 400, 500},
+        {"active", R"({"login":"anna.plain@example.test","state":"active"})", 200, 200},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(ask("POST", "/sandbox/accounts/state", row.body).status, row.status) << row.name;
+        EXPECT_EQ(exchange(fixture.baseUrl(), "POST", "/api/customer/registry/v2/tokens", clientHeaders(),
+                           test_support::passwordBody(fixture.account("plain")))
+                      .status,
+                  row.signIn)
+            << row.name;
+    }
+}
+
 TEST_F(Control, RefusesWhatItDoesNotHave) {
     EXPECT_EQ(ask("GET", "/sandbox/nothing").status, 404);
     EXPECT_EQ(ask("GET", "/sandbox/reset").status, 405);

@@ -89,7 +89,8 @@ TEST(Faults, WordsNameTheKinds) {
     } rows[] = {{"delay", FaultKind::delay},
                 {"status", FaultKind::status},
                 {"cut", FaultKind::cut},
-                {"half", FaultKind::half}};
+                {"half", FaultKind::half},
+                {"lost", FaultKind::lost}};
     for (const auto& row : rows) {
         EXPECT_EQ(sandbox::faultKind(row.word), row.kind) << row.word;
         EXPECT_EQ(sandbox::faultWord(row.kind), row.word) << row.word;
@@ -146,6 +147,7 @@ TEST(Faults, CurlSeesWhatTheFaultSays) {
     } rows[] = {
         {"cut", Scheme::http, FaultKind::cut, {kCurlGotNothing}, false},
         {"cut over TLS", Scheme::https, FaultKind::cut, {kCurlGotNothing, kCurlReceiveError}, false},
+        {"lost", Scheme::http, FaultKind::lost, {kCurlGotNothing}, false},
         {"half", Scheme::http, FaultKind::half, {kCurlPartialFile}, true},
         {"half over TLS", Scheme::https, FaultKind::half, {kCurlPartialFile, kCurlReceiveError}, true},
         {"status", Scheme::http, FaultKind::status, {0}, true},
@@ -225,6 +227,34 @@ TEST(Faults, ServiceDoesNotSeeACutRequest) {
     EXPECT_EQ(exchange(fixture.baseUrl(), "POST", confirm, clientHeaders(), body).status, 0);
     EXPECT_EQ(exchange(fixture.baseUrl(), "POST", confirm, clientHeaders(), body).status, 200)
         << "the code is still unused";
+}
+
+TEST(Faults, ServiceDoesTheWorkOfALostAnswer) {
+    static const struct {
+        const char* name;
+        FaultKind kind;
+        const char* method;
+        const char* path;
+        const char* body;
+    } rows[] = {
+        {"a lost one", FaultKind::lost, "POST", "/api/customer/registry/v2/tokens/external",
+         R"({"code":"gp-code-linked-1"})"},
+        {"half of an answer without body", FaultKind::half, "POST", "/api/quillmark/USE_DYNAMIC_CONTEXT",
+         R"({"code":"mi-code-business-10","context":"business"})"},
+    };
+    for (const auto& row : rows) {
+        test_support::SandboxFixture fixture;
+        fixture.faults().add(makeFault(row.kind, row.path));
+        EXPECT_EQ(exchange(fixture.baseUrl(), row.method, row.path, clientHeaders(), row.body).status, 0)
+            << row.name;
+        EXPECT_EQ(fixture.exchanges().at(0).status, 0) << row.name << ": logged as cut";
+        EXPECT_EQ(fixture.exchanges().at(0).fault, sandbox::faultWord(row.kind)) << row.name;
+    }
+    test_support::SandboxFixture fixture;
+    fixture.faults().add(makeFault(FaultKind::lost, rows[0].path));
+    (void)exchange(fixture.baseUrl(), "POST", rows[0].path, clientHeaders(), rows[0].body);
+    EXPECT_EQ(exchange(fixture.baseUrl(), "POST", rows[0].path, clientHeaders(), rows[0].body).status, 401)
+        << "the code was used up";
 }
 
 TEST(Faults, DelayComesBeforeTheAnswer) {

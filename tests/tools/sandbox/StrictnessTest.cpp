@@ -86,6 +86,53 @@ TEST(Strictness, ChecksEachRequest) {
     }
 }
 
+TEST(Strictness, EveryEndpointChecksAlike) {
+    static const struct {
+        const char* method;
+        const char* target;
+        const char* body;  // empty: the endpoint takes none
+        int status;        // as the client asks
+    } rows[] = {
+        {"POST", "/api/business/registry/v2/tokens", R"({"login":"a","password":"b"})", 401},
+        {"POST", "/api/business/registry/v2/tokens/identity", R"({"secretKey":"a"})", 401},
+        {"POST", "/api/business/registry/v2/tokens/external", R"({"code":"a"})", 401},
+        {"POST", "/api/customer/registry/v2/tokens/external", R"({"code":"a"})", 401},
+        {"POST", "/api/admin/id/v0/tokens/password", R"({"email":"a","password":"b"})", 401},
+        {"POST", "/api/quillmark/USE_DYNAMIC_CONTEXT", R"({"code":"a","context":"business"})", 401},
+        {"POST", "/api/quillmark/CUSTOMER_REGISTRATION_FINALIZE_OAUTH", R"({"code":"a"})", 401},
+        {"POST", "/api/quillmark/CUSTOMER_REGISTRATION_FINALIZE_EXTERNAL_ACCESS_TOKEN",
+         R"({"accessToken":"a","providerKey":"glowpass"})", 401},
+        {"GET", "/api/public/registry/v2/oauth/external/providers", "", 200},
+        {"GET", "/api/registry/v2/oauth/sign-in/glowpass?access_token=a", "", 401},
+    };
+    test_support::SandboxFixture fixture;
+    const std::pair<std::string, std::string> client = {"x-vqm-custom", "vqm-client"};
+    for (const auto& row : rows) {
+        const std::string body = row.body;
+        const std::pair<std::string, std::string> key = {"Idempotency-Key", row.target};
+        const std::pair<std::string, std::string> otherKey = {"Idempotency-Key", body};
+        const auto ask = [&](const char* method, const sandbox::NamedValues& headers,
+                             const std::string& sent) {
+            return exchange(fixture.baseUrl(), method, row.target, headers, sent).status;
+        };
+        EXPECT_EQ(ask(row.method, {client, key, {"Accept", "application/json"}}, body), row.status)
+            << row.target;
+        EXPECT_EQ(ask(row.method, {key}, body), 400) << row.target << ", no client header";
+        EXPECT_EQ(ask(row.method, {client, key, {"Accept", "text/html"}}, body), 406) << row.target;
+        EXPECT_EQ(ask("PUT", {client, key}, "{}"), 405) << row.target;
+        if (body.empty()) {
+            EXPECT_EQ(ask("POST", {client}, "{}"), 405) << row.target;
+            continue;
+        }
+        EXPECT_EQ(ask(row.method, {client, key, {"Content-Type", "text/plain"}}, body), 415) << row.target;
+        EXPECT_EQ(ask(row.method, {client, otherKey}, "{}"), 400) << row.target << ", no member";
+        EXPECT_EQ(ask(row.method, {client, otherKey}, "[]"), 400) << row.target << ", an array";
+        std::string more = body;
+        more.insert(1, R"("more":"x",)");
+        EXPECT_EQ(ask(row.method, {client, otherKey}, more), 400) << row.target << ", a member too many";
+    }
+}
+
 TEST(Strictness, WrongMethodNamesTheRightOnes) {
     test_support::SandboxFixture fixture;
     const Reply reply = exchange(fixture.baseUrl(), "PUT", "/api/registry/v2/identities",
