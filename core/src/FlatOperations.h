@@ -45,8 +45,7 @@ QUILLMARK_CORE_EXPORT void SetLogCallbacks(quillmarkclient_core::TraceOutlet tra
 /// The platform table becomes the process's table, for clients made before as well. A stored sign-in that is
 /// damaged or that the service refuses is no failure: nobody is signed in then.
 ///   returns  0; kInvalidParameters (null argument; null or empty serviceUrl); kVersionMismatch;
-///            kNotImplemented for clientKind 1 and 2, whose clients this version does not have yet;
-///            kInsufficientResources. Up to kNotImplemented `*out` stays as it was and nothing else is
+///            kInsufficientResources. Up to kVersionMismatch `*out` stays as it was and nothing else is
 ///            touched, behind it `*out` is null
 [[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode Initialize(const QuillmarkClientInit* init,
                                                           ClientContext** out, void* platformContext);

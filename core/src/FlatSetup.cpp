@@ -6,7 +6,9 @@
 #include "core/src/FlatSupport.h"
 #include "core/src/Version.h"
 #include "core/src/core/TokenFiles.h"
+#include "core/src/registry/BusinessRegistryClient.h"
 #include "core/src/registry/CustomerRegistryClient.h"
+#include "core/src/registry/PrincipalAdminRegistryClient.h"
 #include "core/src/system/SystemApi.h"
 
 namespace quillmarkclient {
@@ -45,6 +47,24 @@ registry::RetryPolicy ToRetryPolicy(const RetryPolicyRecord& record) {
     return policy;
 }
 
+using Session = portable_stl::unique_ptr<registry::RegistryClient<SystemApi>>;
+
+// A kind that is not known is a customer.
+Session NewSession(std::uint32_t clientKind, const string& serviceUrl, const string& folder,
+                   const registry::RetryPolicy& policy, void* platformContext) {
+    switch (clientKind) {
+        case registry::kBusiness:
+            return portable_stl::make_unique<registry::BusinessRegistryClient<SystemApi>>(
+                serviceUrl, folder, policy, platformContext);
+        case registry::kPrincipalAdmin:
+            return portable_stl::make_unique<registry::PrincipalAdminRegistryClient<SystemApi>>(
+                serviceUrl, folder, policy, platformContext);
+        default:
+            return portable_stl::make_unique<registry::CustomerRegistryClient<SystemApi>>(
+                serviceUrl, folder, policy, platformContext);
+    }
+}
+
 // False when an object found no memory.
 bool BuildObjects(ClientContext& context, const QuillmarkClientInit& init, void* platformContext) {
     const string serviceUrl(init.serviceUrl);
@@ -56,8 +76,8 @@ bool BuildObjects(ClientContext& context, const QuillmarkClientInit& init, void*
         portable_stl::make_shared<quillmarkclient_core::Cryptographer<SystemApi>>(context.useAlternateKeys);
     if (!context.cryptographer)
         return false;
-    context.registryClient = portable_stl::make_unique<registry::CustomerRegistryClient<SystemApi>>(
-        serviceUrl, context.storagePath, ToRetryPolicy(init.retryPolicy), platformContext);
+    context.registryClient = NewSession(init.clientKind, serviceUrl, context.storagePath,
+                                        ToRetryPolicy(init.retryPolicy), platformContext);
     if (!context.registryClient)
         return false;
     context.core = portable_stl::make_unique<quillmarkclient_core::Client<SystemApi>>(
@@ -93,8 +113,6 @@ ResultCode Initialize(const QuillmarkClientInit* init, ClientContext** out, void
         return Report(ResultCode::kInvalidParameters);
     if (init->version != kLibraryVersion)
         return Report(ResultCode::kVersionMismatch);
-    if (init->clientKind == registry::kBusiness || init->clientKind == registry::kPrincipalAdmin)
-        return Report(ResultCode::kNotImplemented);
     SystemApi::SetTable(init->table);
 
     *out = nullptr;

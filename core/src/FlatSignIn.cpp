@@ -52,7 +52,9 @@ ResultCode SignIn(ClientContext* context, const char* login, const char* passwor
         context->registryClient->Authorize(login, password, context->lastServiceError.get(), platformContext);
     if (!IsSuccess(code))
         return Report(code);
-    PersistTokens(*context, platformContext);
+    // An administrator signs in anew for each run.
+    if (context->registryClient->kind != registry::kPrincipalAdmin)
+        PersistTokens(*context, platformContext);
     return code;
 }
 

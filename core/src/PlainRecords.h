@@ -72,6 +72,30 @@ struct ServiceErrorRecord {
 };
 static_assert(sizeof(void*) != 8 || sizeof(ServiceErrorRecord) == 72);
 
+/// The newest build that a feed tells.
+struct ProductUpdateInfo {
+    const char* version;
+    const char* description;
+    const char* url;
+};
+
+/// A principal administrator that is to be made. `name` and `description` may be null or empty: both have a
+/// default.
+struct PrincipalAdminRequest {
+    const char* name;
+    const char* email;
+    const char* password;
+    const char* description;
+};
+
+/// A principal administrator as the service made it.
+struct PrincipalAdmin {
+    const char* id;
+    const char* name;
+    const char* email;
+    const char* description;
+};
+
 // Records of the backup services; they join with their operations.
 struct OnlineBackupReportRecord;
 struct OnlineReportRecord;

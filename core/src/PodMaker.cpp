@@ -139,6 +139,37 @@ ServiceErrorRecord* PodMaker::MakeServiceErrorRecord(const registry::ServiceErro
     return record;
 }
 
+ProductUpdateInfo* PodMaker::MakeProductUpdateInfo(const string& version, const string& description,
+                                                   const string& url) {
+    const std::size_t size =
+        sizeof(ProductUpdateInfo) + StoredSize(version) + StoredSize(description) + StoredSize(url);
+    char* block = NewBlock(size, __LINE__);
+    if (block == nullptr)
+        return nullptr;
+    BlockWriter writer(block);
+    auto* info = writer.Place<ProductUpdateInfo>();
+    info->version = writer.Text(version);
+    info->description = writer.Text(description);
+    info->url = writer.Text(url);
+    return info;
+}
+
+PrincipalAdmin* PodMaker::MakePrincipalAdmin(const string& id, const string& name, const string& email,
+                                             const string& description) {
+    const std::size_t size = sizeof(PrincipalAdmin) + StoredSize(id) + StoredSize(name) + StoredSize(email) +
+                             StoredSize(description);
+    char* block = NewBlock(size, __LINE__);
+    if (block == nullptr)
+        return nullptr;
+    BlockWriter writer(block);
+    auto* admin = writer.Place<PrincipalAdmin>();
+    admin->id = writer.Text(id);
+    admin->name = writer.Text(name);
+    admin->email = writer.Text(email);
+    admin->description = writer.Text(description);
+    return admin;
+}
+
 char* PodMaker::MakeString(const string& text) {
     char* block = NewBlock(StoredSize(text), __LINE__);
     return block == nullptr ? nullptr : BlockWriter(block).Text(text);

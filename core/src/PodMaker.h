@@ -30,6 +30,15 @@ struct PodMaker {
     ///            value of each pair
     [[nodiscard]] static ServiceErrorRecord* MakeServiceErrorRecord(const registry::ServiceErrorInfo& info);
 
+    ///   layout   the record; its strings in its order
+    [[nodiscard]] static ProductUpdateInfo* MakeProductUpdateInfo(const portable_stl::string& version,
+                                                                  const portable_stl::string& description,
+                                                                  const portable_stl::string& url);
+    [[nodiscard]] static PrincipalAdmin* MakePrincipalAdmin(const portable_stl::string& id,
+                                                            const portable_stl::string& name,
+                                                            const portable_stl::string& email,
+                                                            const portable_stl::string& description);
+
     /// A text of its own: length + 1 bytes.
     [[nodiscard]] static char* MakeString(const portable_stl::string& text);
 };

@@ -88,8 +88,7 @@ public:
     /// Builds the core over this platform and restores a stored sign-in: up to 2 exchanges, none when nothing
     /// is stored. A second Init replaces the core once it has succeeded; the former one goes with its last
     /// share.
-    ///   returns  0; kInvalidParameters (empty serviceUrl); kNotImplemented for clientKind 1 and 2, whose
-    ///            clients this version does not have yet; kInsufficientResources; kInternalError
+    ///   returns  0; kInvalidParameters (empty serviceUrl); kInsufficientResources; kInternalError
     [[nodiscard]] ResultCode Init(const QuillmarkClientParams& params) noexcept;
     /// The same with all other parameters zero or empty.
     [[nodiscard]] ResultCode Init(const std::string& storagePath, const std::string& serviceUrl) noexcept;

@@ -62,9 +62,6 @@ TEST_F(FlatSetup, ChecksComeInTheirOrderAndTouchNothing) {
              i.clientKind = 1;
          },
          ResultCode::kVersionMismatch},
-        {"business client", [](QuillmarkClientInit& i) { i.clientKind = 1; }, ResultCode::kNotImplemented},
-        {"administrator client", [](QuillmarkClientInit& i) { i.clientKind = 2; },
-         ResultCode::kNotImplemented},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -90,11 +87,29 @@ TEST_F(FlatSetup, NullArgumentsAreRefused) {
     EXPECT_EQ(platform.errors.size(), 3u);
 }
 
-TEST_F(FlatSetup, UnknownKindsActAsCustomer) {
-    for (const std::uint32_t kind : {0u, 3u, 0xFFFFFFFFu}) {
-        init.clientKind = kind;
+TEST_F(FlatSetup, KindsChooseTheSession) {
+    static const struct {
+        const char* name;
+        std::uint32_t given;
+        std::uint32_t kind;
+        const char* signInPath;
+    } rows[] = {
+        {"customer", 0, 0, "/api/customer/registry/v2/tokens"},
+        {"business", 1, 1, "/api/business/registry/v2/tokens"},
+        {"principal administrator", 2, 2, "/api/admin/id/v0/tokens/password"},
+        {"an unknown kind is a customer", 3, 0, "/api/customer/registry/v2/tokens"},
+        {"the largest kind is a customer", 0xFFFFFFFFu, 0, "/api/customer/registry/v2/tokens"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        init.clientKind = row.given;
         Start();
-        EXPECT_EQ(context->registryClient->kind, 0u) << kind;
+        EXPECT_EQ(context->registryClient->kind, row.kind);
+        platform.requests.clear();
+        platform.AnswerWith(500, "");
+        EXPECT_EQ(quillmarkclient::SignIn(context, "anna", "pw", nullptr), ResultCode::kInternalServiceError);
+        ASSERT_EQ(platform.requests.size(), 1u);
+        EXPECT_EQ(platform.requests[0].url, std::string(test::kServiceUrl) + row.signInPath);
     }
 }
 
@@ -246,11 +261,21 @@ TEST_F(FlatSetup, FilesOfTheOtherKeysAreRefusedByTheService) {
 TEST_F(FlatSetup, RestoreWithoutReadableFilesStarts) {
     Store("store/LIC0", R"({"identityToken":"s"})");
     Store("store/LIC", R"({"contextToken":"old"})");
-    for (const auto operation : {Operation::FileGetSize, Operation::FileRead, Operation::Decrypt}) {
-        platform.FailCall(operation, 0x81000002u, 1);
+    static const struct {
+        const char* name;
+        Operation operation;
+        std::uint32_t contextCall;  // the call that reads "LIC"; the next one reads "LIC0"
+    } rows[] = {
+        {"size, asked for the key store first", Operation::FileGetSize, 2},
+        {"content", Operation::FileRead, 1},
+        {"cipher", Operation::Decrypt, 1},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        platform.FailCall(row.operation, 0x81000002u, row.contextCall);
         Start();
         EXPECT_TRUE(IsSignedIn()) << "the identity behind the failed context token";
-        platform.FailCall(operation, 0x81000002u, 2);
+        platform.FailCall(row.operation, 0x81000002u, row.contextCall + 1);
         Start();
         EXPECT_FALSE(IsSignedIn());
         EXPECT_EQ(AccessToken(), "old");

@@ -13,16 +13,7 @@ using quillmarkclient::ContextChoice;
 using test::Operation;
 using Strings = std::vector<std::string>;
 
-class FlatSignInOrder : public test::FlatFixture {
-protected:
-    std::string FileText(const std::string& path) {
-        portable_stl::string text;
-        EXPECT_EQ(quillmarkclient_core::ReadEncryptedFile<quillmarkclient_core::SystemApi>(
-                      path.c_str(), text, &context->cryptographer, nullptr),
-                  ResultCode::kSuccess);
-        return text.c_str();
-    }
-};
+class FlatSignInOrder : public test::FlatFixture {};
 
 TEST_F(FlatSignInOrder, TheFormerSignInIsGoneWhenTheFirstRequestArrives) {
     StartSignedIn();

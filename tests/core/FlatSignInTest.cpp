@@ -28,14 +28,6 @@ protected:
         use();
         context->*object = std::move(taken);
     }
-
-    std::string FileText(const std::string& path) {
-        portable_stl::string text;
-        EXPECT_EQ(quillmarkclient_core::ReadEncryptedFile<quillmarkclient_core::SystemApi>(
-                      path.c_str(), text, &context->cryptographer, nullptr),
-                  ResultCode::kSuccess);
-        return text.c_str();
-    }
 };
 
 TEST_F(FlatSignIn, HandleIsCheckedFirst) {

@@ -14,54 +14,22 @@ namespace {
 
 using quillmarkclient::CustomerContext;
 using quillmarkclient::CustomerData;
-using quillmarkclient::NameValuePair;
 using quillmarkclient::PodMaker;
+using quillmarkclient::PrincipalAdmin;
+using quillmarkclient::ProductUpdateInfo;
 using quillmarkclient::ServiceErrorRecord;
 using quillmarkclient_core::SystemApi;
 
-// The layouts are interface.
-static_assert(sizeof(CustomerContext) == 24);
-static_assert(offsetof(CustomerContext, kind) == 0);
-static_assert(offsetof(CustomerContext, id) == 8);
-static_assert(offsetof(CustomerContext, name) == 16);
-static_assert(sizeof(CustomerData) == 32);
-static_assert(offsetof(CustomerData, firstName) == 0);
-static_assert(offsetof(CustomerData, lastName) == 8);
-static_assert(offsetof(CustomerData, email) == 16);
-static_assert(offsetof(CustomerData, id) == 24);
-static_assert(sizeof(NameValuePair) == 16);
-static_assert(offsetof(NameValuePair, name) == 0);
-static_assert(offsetof(NameValuePair, value) == 8);
-static_assert(sizeof(ServiceErrorRecord) == 72);
-static_assert(offsetof(ServiceErrorRecord, resultCode) == 0);
-static_assert(offsetof(ServiceErrorRecord, httpCode) == 4);
-static_assert(offsetof(ServiceErrorRecord, type) == 8);
-static_assert(offsetof(ServiceErrorRecord, title) == 16);
-static_assert(offsetof(ServiceErrorRecord, status) == 24);
-static_assert(offsetof(ServiceErrorRecord, detail) == 32);
-static_assert(offsetof(ServiceErrorRecord, reason) == 40);
-static_assert(offsetof(ServiceErrorRecord, errorCode) == 48);
-static_assert(offsetof(ServiceErrorRecord, traceId) == 56);
-static_assert(offsetof(ServiceErrorRecord, errorArgs) == 64);
-static_assert(offsetof(quillmarkclient::ContextChoice, kind) == 0);
-static_assert(offsetof(quillmarkclient::ContextChoice, contextId) == 8);
-static_assert(offsetof(quillmarkclient::QuillmarkClientInit, version) == 0);
-static_assert(offsetof(quillmarkclient::QuillmarkClientInit, clientKind) == 4);
-static_assert(offsetof(quillmarkclient::QuillmarkClientInit, table) == 8);
-static_assert(offsetof(quillmarkclient::QuillmarkClientInit, storagePath) == 208);
-static_assert(offsetof(quillmarkclient::QuillmarkClientInit, serviceUrl) == 216);
-static_assert(offsetof(quillmarkclient::QuillmarkClientInit, identityName) == 224);
-static_assert(offsetof(quillmarkclient::QuillmarkClientInit, auxiliary4) == 232);
-static_assert(offsetof(quillmarkclient::QuillmarkClientInit, useAlternateKeys) == 240);
-static_assert(offsetof(quillmarkclient::QuillmarkClientInit, retryPolicy) == 244);
-
-// Sizes of the blocks that were asked for.
+// Sizes of the blocks that were asked for; each comes full of what no maker writes.
 std::vector<std::size_t> allocatedSizes;
 void* (*scriptedAlloc)(std::size_t) = nullptr;
 
 void* RecordingAlloc(std::size_t size) {
     allocatedSizes.push_back(size);
-    return scriptedAlloc(size);
+    void* block = scriptedAlloc(size);
+    if (block != nullptr)
+        std::memset(block, 0xA5, size);
+    return block;
 }
 
 class PodMakerTest : public ::testing::Test {
@@ -82,6 +50,13 @@ protected:
 
     static std::size_t OffsetIn(const void* block, const void* place) {
         return static_cast<std::size_t>(static_cast<const char*>(place) - static_cast<const char*>(block));
+    }
+
+    // An empty text of its own.
+    static void ExpectEmptyAt(const void* block, const char* text, std::size_t offset) {
+        ASSERT_NE(text, nullptr);
+        EXPECT_STREQ(text, "");
+        EXPECT_EQ(OffsetIn(block, text), offset);
     }
 
     test::ScriptedPlatform platform;
@@ -123,6 +98,7 @@ TEST_F(PodMakerTest, ContextListIsPointersEntriesStrings) {
             const CustomerContext& entry = *list[i];
             EXPECT_EQ(OffsetIn(list, &entry), row.slots * 8 + i * 24);
             EXPECT_EQ(entry.kind, i);
+            EXPECT_EQ(std::memcmp(reinterpret_cast<const char*>(&entry) + 4, "\0\0\0", 4), 0) << "padding";
             EXPECT_EQ(OffsetIn(list, entry.id), nextText);
             EXPECT_STREQ(entry.id, row.entries[i].first);
             nextText += std::strlen(entry.id) + 1;
@@ -161,10 +137,10 @@ TEST_F(PodMakerTest, CustomerDataHasItsStringsInAnotherOrderThanItsPointers) {
 TEST_F(PodMakerTest, EmptyCustomerDataIs36BytesWithoutANullPointer) {
     CustomerData* data = PodMaker::MakeCustomerData({});
     ExpectOneBlock(data, 36);
-    EXPECT_STREQ(data->id, "");
-    EXPECT_STREQ(data->firstName, "");
-    EXPECT_STREQ(data->lastName, "");
-    EXPECT_STREQ(data->email, "");
+    ExpectEmptyAt(data, data->id, 32);
+    ExpectEmptyAt(data, data->firstName, 33);
+    ExpectEmptyAt(data, data->lastName, 34);
+    ExpectEmptyAt(data, data->email, 35);
     SystemApi::Free(data);
 }
 
@@ -216,15 +192,76 @@ TEST_F(PodMakerTest, ServiceErrorIsHeaderPairsListStrings) {
     platform.ExpectNoBlocks();
 }
 
-TEST_F(PodMakerTest, ServiceErrorWithoutArgumentsHasAListOfItsEndAlone) {
-    ServiceErrorRecord* record = PodMaker::MakeServiceErrorRecord({});
-    ExpectOneBlock(record, 72 + 8 + 7);
-    ASSERT_NE(record->errorArgs, nullptr);
-    EXPECT_EQ(OffsetIn(record, record->errorArgs), 72u);
-    EXPECT_EQ(record->errorArgs[0], nullptr);
-    EXPECT_STREQ(record->type, "");
-    EXPECT_STREQ(record->traceId, "");
-    SystemApi::Free(record);
+TEST_F(PodMakerTest, ServiceErrorGrowsByItsArguments) {
+    for (const std::size_t count : {std::size_t{0}, std::size_t{1}, std::size_t{2}, std::size_t{3}}) {
+        SCOPED_TRACE(count);
+        registry::ServiceErrorInfo info;
+        for (std::size_t i = 0; i < count; ++i)
+            info.errorArgs.push_back({"", ""}).value();
+        ServiceErrorRecord* record = PodMaker::MakeServiceErrorRecord(info);
+        ExpectOneBlock(record, 72 + 16 * count + 8 * (count + 1) + 7 + 2 * count);
+        EXPECT_EQ(OffsetIn(record, record->errorArgs), 72 + 16 * count);
+        EXPECT_EQ(record->errorArgs[count], nullptr);
+        const char* const texts[] = {record->type,   record->title,     record->status, record->detail,
+                                     record->reason, record->errorCode, record->traceId};
+        std::size_t next = 72 + 16 * count + 8 * (count + 1);
+        for (const char* const text : texts)
+            ExpectEmptyAt(record, text, next++);
+        for (std::size_t i = 0; i < count; ++i) {
+            EXPECT_EQ(OffsetIn(record, record->errorArgs[i]), 72 + 16 * i);
+            ExpectEmptyAt(record, record->errorArgs[i]->name, next++);
+            ExpectEmptyAt(record, record->errorArgs[i]->value, next++);
+        }
+        SystemApi::Free(record);
+    }
+    platform.ExpectNoBlocks();
+}
+
+TEST_F(PodMakerTest, UpdateInfoHasItsStringsInTheOrderOfItsPointers) {
+    ProductUpdateInfo* info = PodMaker::MakeProductUpdateInfo("1.2", "New \xC3\xA9", "https://x/y");
+    ExpectOneBlock(info, 3 + 6 + 11 + 27);
+    EXPECT_EQ(OffsetIn(info, info->version), 24u);
+    EXPECT_EQ(OffsetIn(info, info->description), 28u);
+    EXPECT_EQ(OffsetIn(info, info->url), 35u);
+    EXPECT_STREQ(info->version, "1.2");
+    EXPECT_STREQ(info->description, "New \xC3\xA9");
+    EXPECT_STREQ(info->url, "https://x/y");
+    SystemApi::Free(info);
+    platform.ExpectNoBlocks();
+}
+
+TEST_F(PodMakerTest, EmptyUpdateInfoIs27BytesWithoutANullPointer) {
+    ProductUpdateInfo* info = PodMaker::MakeProductUpdateInfo("", "", "");
+    ExpectOneBlock(info, 27);
+    ExpectEmptyAt(info, info->version, 24);
+    ExpectEmptyAt(info, info->description, 25);
+    ExpectEmptyAt(info, info->url, 26);
+    SystemApi::Free(info);
+}
+
+TEST_F(PodMakerTest, AdministratorHasItsStringsInTheOrderOfItsPointers) {
+    PrincipalAdmin* admin = PodMaker::MakePrincipalAdmin("42", "Anna", "a@b.c", "first of all");
+    ExpectOneBlock(admin, 2 + 4 + 5 + 12 + 36);
+    EXPECT_EQ(OffsetIn(admin, admin->id), 32u);
+    EXPECT_EQ(OffsetIn(admin, admin->name), 35u);
+    EXPECT_EQ(OffsetIn(admin, admin->email), 40u);
+    EXPECT_EQ(OffsetIn(admin, admin->description), 46u);
+    EXPECT_STREQ(admin->id, "42");
+    EXPECT_STREQ(admin->name, "Anna");
+    EXPECT_STREQ(admin->email, "a@b.c");
+    EXPECT_STREQ(admin->description, "first of all");
+    SystemApi::Free(admin);
+    platform.ExpectNoBlocks();
+}
+
+TEST_F(PodMakerTest, EmptyAdministratorIs36BytesWithoutANullPointer) {
+    PrincipalAdmin* admin = PodMaker::MakePrincipalAdmin("", "", "", "");
+    ExpectOneBlock(admin, 36);
+    ExpectEmptyAt(admin, admin->id, 32);
+    ExpectEmptyAt(admin, admin->name, 33);
+    ExpectEmptyAt(admin, admin->email, 34);
+    ExpectEmptyAt(admin, admin->description, 35);
+    SystemApi::Free(admin);
 }
 
 TEST_F(PodMakerTest, StringIsItsLengthAndOne) {
@@ -262,6 +299,9 @@ TEST_F(PodMakerTest, WithoutMemoryEachGivesNullAndOneReport) {
         {"contexts", [] { return static_cast<void*>(PodMaker::MakeCustomerContexts({})); }},
         {"customer", [] { return static_cast<void*>(PodMaker::MakeCustomerData({})); }},
         {"service error", [] { return static_cast<void*>(PodMaker::MakeServiceErrorRecord({})); }},
+        {"update", [] { return static_cast<void*>(PodMaker::MakeProductUpdateInfo("1", "2", "3")); }},
+        {"administrator",
+         [] { return static_cast<void*>(PodMaker::MakePrincipalAdmin("1", "2", "3", "4")); }},
         {"string", [] { return static_cast<void*>(PodMaker::MakeString("abc")); }},
     };
     std::vector<std::uint32_t> lines;
@@ -269,7 +309,9 @@ TEST_F(PodMakerTest, WithoutMemoryEachGivesNullAndOneReport) {
         SCOPED_TRACE(row.name);
         platform.errors.clear();
         platform.FailCall(test::Operation::Alloc, 1);
+        allocatedSizes.clear();
         EXPECT_EQ(row.make(), nullptr);
+        EXPECT_EQ(allocatedSizes.size(), 1u) << "one try";
         ASSERT_EQ(platform.errors.size(), 1u);
         EXPECT_EQ(platform.errors[0].code, 0x80000003u);
         EXPECT_EQ(platform.errors[0].message, "Insufficiednt system resources");

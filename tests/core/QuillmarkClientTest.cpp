@@ -113,11 +113,6 @@ TEST_F(QuillmarkClientTest, FailedInitLeavesItUninitialised) {
     EXPECT_EQ(client->Init("store", ""), ResultCode::kInvalidParameters);
     QuillmarkClientParams params;
     params.serviceUrl = test::kServiceUrl;
-    for (const std::uint32_t kind : {1u, 2u}) {
-        params.clientKind = kind;
-        EXPECT_EQ(client->Init(params), ResultCode::kNotImplemented) << kind;
-    }
-    params.clientKind = 0;
     platform.FailCall(Operation::Alloc, 1);
     EXPECT_EQ(client->Init(params), ResultCode::kInsufficientResources);
     Outs outs;

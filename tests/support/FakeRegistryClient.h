@@ -33,6 +33,23 @@ public:
                            void*) override {
         return answer;
     }
+    ResultCode AuthorizeSocialToken(const portable_stl::string&, const portable_stl::string&,
+                                    const portable_stl::string&, registry::ServiceErrorInfo*,
+                                    void*) override {
+        return answer;
+    }
+    ResultCode AuthorizeSocialToken(const portable_stl::string&, const portable_stl::string&,
+                                    registry::ServiceErrorInfo*, void*) override {
+        return answer;
+    }
+    ResultCode AuthorizeSocialCode(const portable_stl::string&, std::uint32_t, const portable_stl::string&,
+                                   registry::ServiceErrorInfo*, void*) override {
+        return answer;
+    }
+    ResultCode AuthorizeSocialCode(const portable_stl::string&, std::uint32_t, registry::ServiceErrorInfo*,
+                                   void*) override {
+        return answer;
+    }
     ResultCode GetAuthState(registry::AuthState& state) const override {
         if (++stateCalls == failingStateCall)
             return ResultCode::kInternalError;

@@ -77,6 +77,15 @@ protected:
         EXPECT_GT(error.line, 0u);
     }
 
+    /// What an encrypted file of the client holds.
+    [[nodiscard]] std::string FileText(const std::string& path) const {
+        portable_stl::string text;
+        EXPECT_EQ(quillmarkclient_core::ReadEncryptedFile<quillmarkclient_core::SystemApi>(
+                      path.c_str(), text, &context->cryptographer, nullptr),
+                  ResultCode::kSuccess);
+        return text.c_str();
+    }
+
     bool blocksMayBeLost = false;  // set by a test that takes the way back from them
     ScriptedPlatform platform;
     ScriptedService service{platform};

@@ -2,6 +2,7 @@
 
 #include "core/src/registry/CustomerRegistryClient_impl.h"
 #include "core/src/registry/CustomerSignIn_impl.h"
+#include "core/src/registry/CustomerSocialSignIn_impl.h"
 #include "core/src/system/SystemApi.h"
 
 namespace registry {

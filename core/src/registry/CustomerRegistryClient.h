@@ -4,7 +4,7 @@
 
 namespace registry {
 
-// The session of a person: password, second factor, and a choice among contexts.
+// The session of a person: password, second factor, social providers, and a choice among contexts.
 //
 //   no token --Authorize--> token --own context, no trusts---------> context 0
 //      |  ^                 |  |---own context refused, one trust--> context 1
@@ -29,6 +29,19 @@ public:
                                            ServiceErrorInfo* errorInfo, void* context) override;
     [[nodiscard]] ResultCode GetContexts(portable_stl::vector<ContextEntry>& contexts,
                                          ServiceErrorInfo* errorInfo, void* context) override;
+    /// Asks the service, finishes the sign-up when that is what it wants, and asks once more.
+    [[nodiscard]] ResultCode AuthorizeSocialToken(const portable_stl::string& providerKey,
+                                                  const portable_stl::string& accessToken,
+                                                  const portable_stl::string& cause,
+                                                  ServiceErrorInfo* errorInfo, void* context) override;
+    [[nodiscard]] ResultCode AuthorizeSocialToken(const portable_stl::string& providerKey,
+                                                  const portable_stl::string& accessToken,
+                                                  ServiceErrorInfo* errorInfo, void* context) override;
+    [[nodiscard]] ResultCode AuthorizeSocialCode(const portable_stl::string& code, std::uint32_t flow,
+                                                 const portable_stl::string& cause,
+                                                 ServiceErrorInfo* errorInfo, void* context) override;
+    [[nodiscard]] ResultCode AuthorizeSocialCode(const portable_stl::string& code, std::uint32_t flow,
+                                                 ServiceErrorInfo* errorInfo, void* context) override;
     [[nodiscard]] ResultCode GetAuthState(AuthState& state) const override;
     [[nodiscard]] ResultCode AcquireContextToken(std::uint32_t mode, const portable_stl::string& trustorId,
                                                  ServiceErrorInfo* errorInfo, void* context) override;
@@ -40,6 +53,13 @@ private:
     /// The end of every sign-in: a token for the only context there is, or kTooManyContexts. Any other
     /// failure, an exception included, leaves the session reset.
     [[nodiscard]] ResultCode FinishSignIn(ServiceErrorInfo* errorInfo, void* context);
+    [[nodiscard]] ResultCode SocialSignUpCodeFinalize(const portable_stl::string& code,
+                                                      const portable_stl::string& cause,
+                                                      ServiceErrorInfo* errorInfo, void* context);
+    [[nodiscard]] ResultCode SocialSignUpTokenFinalize(const portable_stl::string& providerKey,
+                                                       const portable_stl::string& accessToken,
+                                                       const portable_stl::string& cause,
+                                                       ServiceErrorInfo* errorInfo, void* context);
     [[nodiscard]] ResultCode ChooseContext(ServiceErrorInfo* errorInfo, void* context);
 };
 

@@ -39,9 +39,7 @@ CustomerRegistryClient<Api>::~CustomerRegistryClient() = default;
 
 template <class Api>
 ResultCode CustomerRegistryClient<Api>::GetAuthState(AuthState& state) const {
-    state.tokenType = "Bearer";
-    state.accessToken = this->token.text;
-    state.identitySecret = this->identitySecret;
+    this->GetTokens(state);
     state.contextMode = this->contextMode;
     state.contextId = this->contextId;
     return ResultCode::kSuccess;

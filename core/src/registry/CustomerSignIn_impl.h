@@ -1,9 +1,8 @@
-// How a customer signs in: by password, by a second factor, and the common end of both.
+// How a customer signs in: by password, by a second factor, and the end that all his sign-ins share.
 #pragma once
 
 #include "core/src/json/Json.h"
 #include "core/src/registry/CustomerRegistryClient.h"
-#include "core/src/registry/SendAndCheck.h"
 #include "core/src/registry/SessionGuard.h"
 #include "core/src/registry/requests/SignInRequests.h"
 
@@ -29,18 +28,13 @@ ResultCode CustomerRegistryClient<Api>::Authorize(const portable_stl::string& lo
                                                   const portable_stl::string& password,
                                                   ServiceErrorInfo* errorInfo, void* context) {
     this->ResetAuthState();
-    portable_stl::unique_ptr<Request<Api>> request = portable_stl::make_unique<CustomerAuthorizeRequest<Api>>(
-        CustomerAuthorizeParams{this->baseUrl, login, password});
-    portable_stl::string responseBody;
-    const auto code = SendDirectlyAndCheck(*this, request, responseBody, errorInfo, context);
+    const auto code = this->SignInBy(portable_stl::make_unique<CustomerAuthorizeRequest<Api>>(
+                                         CustomerAuthorizeParams{this->baseUrl, login, password}),
+                                     errorInfo, context);
     // Without a challenge there is nothing that a second factor could be sent with.
     if (code == ResultCode::kSecondFactorRequired && !customer_detail::HasChallenge(errorInfo))
         return ResultCode::kEmailUnverifiedOrBlocked;
-    if (!IsSuccess(code))
-        return code;
-    if (const auto taken = this->TakeAccessToken(responseBody); !IsSuccess(taken))
-        return taken;
-    return FinishSignIn(errorInfo, context);
+    return IsSuccess(code) ? FinishSignIn(errorInfo, context) : code;
 }
 
 template <class Api>
@@ -49,16 +43,10 @@ ResultCode CustomerRegistryClient<Api>::AuthorizeSecondFactor(const portable_stl
                                                               ServiceErrorInfo* errorInfo, void* context) {
     if (challengeToken.empty() || code.empty())
         return ResultCode::kInvalidParameters;
-    portable_stl::unique_ptr<Request<Api>> request =
-        portable_stl::make_unique<CustomerAuthorize2FARequest<Api>>(
-            CustomerAuthorize2FAParams{this->baseUrl, challengeToken, code});
-    portable_stl::string responseBody;
-    if (const auto sent = SendDirectlyAndCheck(*this, request, responseBody, errorInfo, context);
-        !IsSuccess(sent))
-        return sent;
-    if (const auto taken = this->TakeAccessToken(responseBody); !IsSuccess(taken))
-        return taken;
-    return FinishSignIn(errorInfo, context);
+    const auto result = this->SignInBy(portable_stl::make_unique<CustomerAuthorize2FARequest<Api>>(
+                                           CustomerAuthorize2FAParams{this->baseUrl, challengeToken, code}),
+                                       errorInfo, context);
+    return IsSuccess(result) ? FinishSignIn(errorInfo, context) : result;
 }
 
 template <class Api>

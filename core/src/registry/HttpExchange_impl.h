@@ -58,7 +58,7 @@ ResultCode HttpExchange(const portable_stl::string& method, const portable_stl::
         return code;
     bodyBlock.CopyTo(responseBody);
     headerBlock.CopyTo(responseHeaders);
-    return ResultCode::kSuccess;
+    return code;
 }
 
 }  // namespace registry

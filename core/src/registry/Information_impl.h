@@ -1,4 +1,4 @@
-// What a signed-in session asks about its user.
+// What a session asks about its user and about the ways to sign in.
 #pragma once
 
 #include "core/src/registry/RecordBodies.h"
@@ -6,6 +6,7 @@
 #include "core/src/registry/SendAndCheck.h"
 #include "core/src/registry/requests/ContextRequests.h"
 #include "core/src/registry/requests/InformationRequests.h"
+#include "core/src/registry/requests/SocialRequests.h"
 
 namespace registry {
 
@@ -31,6 +32,17 @@ ResultCode RegistryClient<Api>::GetTrustRecords(portable_stl::vector<TrustRecord
     if (const auto code = SendAndCheck(*this, request, responseBody, errorInfo, context); !IsSuccess(code))
         return code;
     return ReadTrustRecords(responseBody, records);
+}
+
+template <class Api>
+ResultCode RegistryClient<Api>::GetSocialProviders(portable_stl::string& text, char separator,
+                                                   ServiceErrorInfo* errorInfo, void* context) {
+    portable_stl::unique_ptr<Request<Api>> request =
+        portable_stl::make_unique<SocialProvidersListRequest<Api>>(SocialProvidersListParams{baseUrl});
+    portable_stl::string responseBody;
+    if (const auto code = SendAndCheck(*this, request, responseBody, errorInfo, context); !IsSuccess(code))
+        return code;
+    return ReadSocialProviders(responseBody, separator, text);
 }
 
 }  // namespace registry

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "core/src/json/Json.h"
+#include "portable_stl/exception.h"
 
 namespace registry {
 namespace {
@@ -101,6 +102,25 @@ ResultCode ReadTrustRecords(const portable_stl::string& responseBody,
         if (const auto code = ReadTrust(element, record); !IsSuccess(code))
             return code;
         records.push_back(std::move(record)).value();
+    }
+    return ResultCode::kSuccess;
+}
+
+ResultCode ReadSocialProviders(const portable_stl::string& responseBody, char separator,
+                               portable_stl::string& text) {
+    json::JsonNode root;
+    if (!json::ParseJson(responseBody, root))
+        return ResultCode::kCompatibilityBroken;
+    std::size_t size = text.size();
+    for (const json::JsonNode& provider : root.children) {
+        if (const json::JsonNode* const key = json::FindChild(provider, "key"); key != nullptr)
+            size += key->value.size() + 1;
+    }
+    if (!text.reserve(size))
+        throw portable_stl::bad_alloc();
+    for (const json::JsonNode& provider : root.children) {
+        if (const json::JsonNode* const key = json::FindChild(provider, "key"); key != nullptr)
+            text.append(key->value).append(separator);
     }
     return ResultCode::kSuccess;
 }

@@ -18,4 +18,8 @@ namespace registry {
 [[nodiscard]] ResultCode ReadTrustRecords(const portable_stl::string& responseBody,
                                           portable_stl::vector<TrustRecord>& records);
 
+/// Appends the member key of each child of the root that has one, and `separator` behind each.
+[[nodiscard]] ResultCode ReadSocialProviders(const portable_stl::string& responseBody, char separator,
+                                             portable_stl::string& text);
+
 }  // namespace registry

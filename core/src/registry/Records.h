@@ -14,6 +14,10 @@ enum ContextMode : std::uint32_t {
     kNoContext = 2,       // none chosen yet
 };
 
+/// What a person who comes by a social provider's code wants. The service links on its own accord, so that
+/// kLinkFlow goes the way of kSignInFlow.
+enum SocialFlow : std::uint32_t { kSignInFlow = 0, kSignUpFlow = 1, kLinkFlow = 2 };
+
 /// What of a session is stored, renewed and handed out.
 struct AuthState {
     portable_stl::string tokenType;  // always "Bearer"
@@ -68,11 +72,18 @@ struct CustomerInfo {
     portable_stl::string uwgStatus;
 };
 
+/// A key of a request that must not take effect twice.
+struct IdempotencyEntry {
+    portable_stl::string hash;  // names the operation: MD5 in lower-case hex
+    portable_stl::string key;
+    std::int64_t createdAt = 0;  // seconds since 1970, UTC
+};
+
 /// How often and after which waits a request is repeated. All values are positive.
 struct RetryPolicy {
     std::uint32_t maxAttempts = 5;               // tries of one request, the first included
     std::uint32_t timeoutRetryDelayMs = 1500;    // wait before a repeat after a time-out
-    std::uint32_t idempotencyWaitMs = 1000;      // floor of any wait after a 409
+    std::uint32_t idempotencyWaitMs = 1000;      // shortest wait that a 409 asks for, and the usual one
     std::uint32_t idempotencyWaitCapMs = 30000;  // highest wait taken from "Retry-After"
 };
 

@@ -5,7 +5,7 @@
 namespace registry {
 namespace {
 
-// Values of the member `error` that mean a refused login; the older endpoints of the service send them.
+// Values of the member `error` that mean a refused login.
 constexpr const char* kLoginErrors[] = {
     "invalid_username",
     "invalid_password",

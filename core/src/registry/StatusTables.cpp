@@ -27,6 +27,49 @@ constexpr StatusRow kCustomerAuthorize2FAStatuses[] = {
     {kRest, kCompatibilityBroken, kDecode},
 };
 
+constexpr StatusRow kBusinessAuthorizeStatuses[] = {
+    {200, kSuccess, kTake},
+    {400, kCompatibilityBroken, kTake},
+    {401, kInvalidLoginOrPassword, kTake},
+    {403, kEmailUnverifiedOrBlocked, kTake},
+    {500, kInternalServiceError, kTake},
+    {kRest, kCompatibilityBroken, kDecode},
+};
+
+constexpr StatusRow kPrincipalAdminAuthorizeStatuses[] = {
+    {200, kSuccess, kTake},
+    {400, kCompatibilityBroken, kTake},
+    {401, kInvalidLoginOrPassword, kTake},
+    {403, kEmailUnverifiedOrBlocked, kTake},
+    {500, kInternalServiceError, kTake},
+    {kRest, kCompatibilityBroken, kDecode},
+};
+
+constexpr StatusRow kAuthorizeViaSocialStatuses[] = {
+    {200, kSuccess, kTake},
+    {401, kAuthorizationDenied, kTake},
+    {403, kAccountExists, kTake},
+    {404, kNotFound, kDecode},  // the body may want the sign-up finished first
+    {409, kSocialAccountLinked, kTake},
+    {500, kInternalServiceError, kTake},
+    {kRest, kCompatibilityBroken, kDecode},
+};
+
+constexpr StatusRow kAuthorizeViaSocialDesktopStatuses[] = {
+    {200, kSuccess, kTake},
+    {401, kAuthorizationDenied, kTake},
+    {403, kAccountExists, kTake},
+    {404, kNotFound, kTake},  // the body is not asked: this road finishes the sign-up ahead
+    {409, kSocialAccountLinked, kTake},
+    {500, kInternalServiceError, kTake},
+    {kRest, kCompatibilityBroken, kDecode},
+};
+
+constexpr StatusRow kBusinessAuthorizeViaSocialDesktopStatuses[] = {
+    {200, kSuccess, kTake},  {401, kAuthorizationDenied, kTake},  {403, kEmailUnverifiedOrBlocked, kTake},
+    {404, kNotFound, kTake}, {500, kInternalServiceError, kTake}, {kRest, kCompatibilityBroken, kDecode},
+};
+
 constexpr StatusRow kAuthorizeViaIdentityStatuses[] = {
     {200, kSuccess, kTake},
     {400, kCompatibilityBroken, kTake},
@@ -71,6 +114,35 @@ constexpr StatusRow kGetCustomerInfoStatuses[] = {
     {200, kSuccess, kTake},
     {401, kAuthorizationDenied, kTake},
     {404, kCustomerNotFound, kTake},
+    {kRest, kCompatibilityBroken, kDecode},
+};
+
+constexpr StatusRow kSocialProvidersListStatuses[] = {
+    {200, kSuccess, kTake},
+    {400, kCompatibilityBroken, kTake},
+    {401, kAuthorizationDenied, kTake},
+    {403, kEmailUnverifiedOrBlocked, kTake},
+    {500, kInternalServiceError, kTake},
+    {kRest, kCompatibilityBroken, kDecode},
+};
+
+constexpr StatusRow kUseDynamicContextStatuses[] = {
+    {200, kSuccess, kTake},
+    {204, kSuccess, kTake},
+    {400, kCompatibilityBroken, kTake},
+    {403, kEmailUnverifiedOrBlocked, kTake},
+    {500, kInternalServiceError, kTake},
+    {kRest, kCompatibilityBroken, kDecode},
+};
+
+constexpr StatusRow kCustomerRegistrationFinalizeStatuses[] = {
+    {200, kSuccess, kTake},
+    {204, kSuccess, kTake},
+    {400, kCompatibilityBroken, kTake},
+    {401, kInvalidLoginOrPassword, kTake},
+    {403, kEmailUnverifiedOrBlocked, kTake},
+    {404, kNotFound, kTake},
+    {500, kInternalServiceError, kTake},
     {kRest, kCompatibilityBroken, kDecode},
 };
 

@@ -63,9 +63,7 @@ public:
     /// \param app     becomes the owner of the Client; null gives null
     /// \param params  copied
     /// \return owned by \a app. Null when the client can't start, for instance without a service URL: the
-    ///         reason is in the log, and a later call tries again. Clients for business accounts are refused
-    ///         for now: with ClientParams::BusinessClient the answer is null and the log says
-    ///         "Not implemented".
+    ///         reason is in the log, and a later call tries again.
     [[nodiscard]] static Client* create(QCoreApplication* app, const ClientParams& params);
 
     /// The counted native interface of this client, for code that knows nothing of Qt.

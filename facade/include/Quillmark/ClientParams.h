@@ -20,9 +20,7 @@ public:
     /// Bits of flags. The others are not read.
     enum Flag : quint32 {
         UseAlternateKeys = 1u << 1,  ///< the token files are written with the second pair of keys
-        /// The account is a business, not a person. Refused for now: Client::create() gives null and the log
-        /// says "Not implemented".
-        BusinessClient = 1u << 2,
+        BusinessClient = 1u << 2,    ///< the account is a business, not a person
     };
 
     ClientParams();

@@ -1,4 +1,4 @@
-#include "tests/core/registry/RegistryFixture.h"
+#include "tests/core/registry/CustomerSignInFixture.h"
 
 namespace {
 
@@ -9,42 +9,12 @@ using test::Text;
 constexpr char kChallenge[] =
     R"({"status":403,"errorCode":"2FA_TOTP_REQUIRED","errorArgs":{"challengeToken":"ch-1"}})";
 
-// One scripted exchange.
-struct Answer {
-    std::uint32_t status;  // a code of the transport from 0x80000000
-    std::string body;
-};
-
-class CustomerSignIn : public test::RegistryTest {
+class CustomerSignIn : public test::CustomerSignInFixture {
 protected:
-    CustomerSignIn() {
-        client.identitySecret = "old secret";
-        client.contextMode = 1;
-        client.contextId = "old org";
-    }
-
-    void Script(const std::vector<Answer>& answers) {
-        platform.requests.clear();
-        for (const Answer& answer : answers) {
-            if (answer.status >= 0x80000000)
-                platform.FailExchange(answer.status);
-            else
-                platform.AnswerWith(answer.status, answer.body);
-        }
-    }
     ResultCode SignIn() { return client.Authorize("me@x.org", "pass", &errorInfo, context); }
     ResultCode Confirm(const char* challenge = "ch-1", const char* code = "123456") {
         return client.AuthorizeSecondFactor(challenge, code, &errorInfo, context);
     }
-
-    // "token text, mark, secret, mode, id"
-    std::string State() const {
-        return TokenText() + ", " + std::to_string(client.token.present) + ", " +
-               Text(client.identitySecret) + ", " + std::to_string(client.contextMode) + ", " +
-               Text(client.contextId);
-    }
-    // What a failed sign-in leaves: the last token's text, and no session.
-    static std::string Reset(const std::string& text) { return text + ", 0, , 2, "; }
 };
 
 // --- Authorize, as far as its own request
@@ -61,7 +31,7 @@ TEST_F(CustomerSignIn, SendsThePasswordWithoutASession) {
 TEST_F(CustomerSignIn, ARefusedPasswordLeavesTheStateReset) {
     const struct {
         const char* name;
-        Answer answer;
+        test::ServiceAnswer answer;
         std::uint32_t expected;
     } rows[] = {
         {"400", {400, ""}, 0x82000004},
@@ -87,14 +57,11 @@ TEST_F(CustomerSignIn, ARefusedPasswordLeavesTheStateReset) {
          0x82000011},
     };
     for (const auto& row : rows) {
-        client.token = quillmarkclient_core::Token("old.e30.sig", true);
-        client.identitySecret = "old secret";
-        client.contextMode = 1;
-        client.contextId = "old org";
+        RememberOldSession();
         Script({row.answer});
         EXPECT_EQ(SignIn(), Code(row.expected)) << row.name;
         EXPECT_EQ(Requested(), (Lines{test::kPasswordPath})) << row.name;
-        EXPECT_EQ(State(), Reset("old.e30.sig")) << row.name;
+        EXPECT_EQ(State(), test::ResetSession("old.e30.sig")) << row.name;
     }
 }
 
@@ -125,7 +92,7 @@ TEST_F(CustomerSignIn, ASecondFactorNeedsItsChallenge) {
         EXPECT_EQ(Requested(), (Lines{test::kPasswordPath})) << row.name;
         EXPECT_EQ(errorInfo.resultCode, 0x82000012u) << row.name << ": what the request chose";
         EXPECT_EQ(errorInfo.httpCode, row.status) << row.name;
-        EXPECT_EQ(State(), Reset("old.e30.sig")) << row.name;
+        EXPECT_EQ(State(), test::ResetSession("old.e30.sig")) << row.name;
     }
 }
 
@@ -141,13 +108,13 @@ TEST_F(CustomerSignIn, TheSecondFactorNeedsBothTexts) {
     EXPECT_EQ(Confirm("", "123456"), ResultCode::kInvalidParameters);
     EXPECT_EQ(Confirm("ch-1", ""), ResultCode::kInvalidParameters);
     EXPECT_TRUE(platform.requests.empty());
-    EXPECT_EQ(State(), "old.e30.sig, 1, old secret, 1, old org");
+    EXPECT_EQ(State(), test::kOldSession);
 }
 
 TEST_F(CustomerSignIn, ARefusedSecondFactorResetsNothing) {
     const struct {
         const char* name;
-        Answer answer;
+        test::ServiceAnswer answer;
         std::uint32_t expected;
     } rows[] = {
         {"a wrong code", {401, R"({"status":401,"errorCode":"CODE_VERIFICATION_FAILED"})"}, 0x82000013},
@@ -166,7 +133,7 @@ TEST_F(CustomerSignIn, ARefusedSecondFactorResetsNothing) {
         EXPECT_EQ(Requested(), (Lines{test::kSecondFactorPath})) << row.name;
         EXPECT_EQ(LastRequest().body, R"({"challengeToken":"ch-1","code":"123456"})") << row.name;
         EXPECT_EQ(LastRequest().Header("Authorization"), "(none)") << row.name;
-        EXPECT_EQ(State(), "old.e30.sig, 1, old secret, 1, old org") << row.name;
+        EXPECT_EQ(State(), test::kOldSession) << row.name;
     }
 }
 
@@ -185,140 +152,49 @@ TEST_F(CustomerSignIn, TheWholeRoadWithASecondFactor) {
 
 // --- the common end
 
-struct Ending {
-    const char* name;
-    std::vector<Answer> answers;  // behind the one that brings the first token
-    std::uint32_t expected;
-    Lines requests;
-    std::string state;
-    bool hasOwnContext;
-};
-
-std::vector<Ending> Endings() {
-    const Answer own = {200, test::TokenBody("own.e30.sig")};
-    const Answer trust = {200, test::TokenBody("trust.e30.sig")};
-    const Answer none = {200, "[]"};
-    const Answer one = {200, test::kOneTrust};
-    const Answer two = {200, test::kTwoTrusts};
-    const Answer onePerson = {200, R"([{"id":"t","trustorId":"p-1","trustorDetails":{"type":"Person"}}])"};
-    const Lines trusts = {test::kTrustsPath};
-    const Lines trustsOwn = {test::kTrustsPath, test::kOwnContextPath};
-    const Lines trustsOwnTrust = {test::kTrustsPath, test::kOwnContextPath, test::kTrustPath};
-    const std::string resetFirst = "first.e30.sig, 0, , 2, ";
-    return {
-        {"own context, no trusts", {none, own}, 0, trustsOwn, "own.e30.sig, 1, , 0, ", true},
-        {"own context, one trust", {one, own}, 0x8200000B, trustsOwn, "own.e30.sig, 1, , 2, ", true},
-        {"own context, two trusts", {two, own}, 0x8200000B, trustsOwn, "own.e30.sig, 1, , 2, ", true},
-        {"own context, a person's trust counts",
-         {onePerson, own},
-         0x8200000B,
-         trustsOwn,
-         "own.e30.sig, 1, , 2, ",
-         true},
-        {"own refused, one trust",
-         {one, {404, ""}, trust},
-         0,
-         trustsOwnTrust,
-         "trust.e30.sig, 1, , 1, org-1",
-         false},
-        {"own refused, a person's trust",
-         {onePerson, {403, ""}, trust},
-         0,
-         trustsOwnTrust,
-         "trust.e30.sig, 1, , 1, p-1",
-         false},
-        {"own unreachable, one trust",
-         {one, {0x81000006, ""}, trust},
-         0,
-         trustsOwnTrust,
-         "trust.e30.sig, 1, , 1, org-1",
-         false},
-        {"own without a token, one trust",
-         {one, {200, "{}"}, trust},
-         0,
-         trustsOwnTrust,
-         "trust.e30.sig, 1, , 1, org-1",
-         false},
-        {"own refused, the one trust refused",
-         {one, {404, ""}, {403, ""}},
-         0x82000002,
-         trustsOwnTrust,
-         resetFirst,
-         false},
-        {"own refused, the one trust unreachable",
-         {one, {404, ""}, {0x81000014, ""}},
-         0x81000014,
-         trustsOwnTrust,
-         resetFirst,
-         false},
-        {"own refused, the one trust without a token",
-         {one, {404, ""}, {200, "x"}},
-         0x82000004,
-         trustsOwnTrust,
-         resetFirst,
-         false},
-        {"own refused, no trusts", {none, {404, ""}}, 0x8200000C, trustsOwn, ", 0, , 2, ", false},
-        {"own unreachable, no trusts", {none, {0x81000006, ""}}, 0x8200000C, trustsOwn, ", 0, , 2, ", false},
-        {"own refused, two trusts",
-         {two, {404, ""}},
-         0x8200000B,
-         trustsOwn,
-         "first.e30.sig, 1, , 2, ",
-         false},
-        {"trusts: 401 has no secret to renew with", {{401, ""}}, 0x82000002, trusts, resetFirst, true},
-        {"trusts: 403", {{403, ""}}, 0x82000007, trusts, resetFirst, true},
-        {"trusts: network", {{0x81000006, ""}}, 0x80000006, trusts, resetFirst, true},
-        {"trusts: no JSON", {{200, "<html>"}}, 0x82000004, trusts, resetFirst, true},
-        {"trusts: one without an id",
-         {{200, R"([{"trustorId":"x"}])"}},
-         0x82000004,
-         trusts,
-         resetFirst,
-         true},
-    };
-}
-
 TEST_F(CustomerSignIn, EveryEndAfterThePassword) {
-    for (const Ending& row : Endings()) {
-        client.token = quillmarkclient_core::Token("old.e30.sig", true);
-        client.identitySecret = "old secret";
-        client.contextMode = 1;
-        client.contextId = "old org";
-        client.dynamicContextAvailable = true;
-        std::vector<Answer> answers = row.answers;
-        answers.insert(answers.begin(), {200, test::TokenBody("first.e30.sig")});
-        Script(answers);
-        EXPECT_EQ(SignIn(), Code(row.expected)) << row.name;
-        Lines requests = row.requests;
-        requests.insert(requests.begin(), test::kPasswordPath);
-        EXPECT_EQ(Requested(), requests) << row.name;
-        for (std::size_t i = 1; i < platform.requests.size(); ++i)
-            EXPECT_EQ(platform.requests[i].Header("Authorization"), "Bearer first.e30.sig") << row.name;
-        EXPECT_EQ(State(), row.state) << row.name;
-        EXPECT_EQ(client.dynamicContextAvailable, row.hasOwnContext) << row.name;
-    }
+    ExpectEveryEnding(
+        {test::kPasswordPath}, {{200, test::TokenBody("first.e30.sig")}}, [this] { RememberOldSession(); },
+        [this] { return SignIn(); });
 }
 
 TEST_F(CustomerSignIn, EveryEndAfterTheSecondFactor) {
-    for (const Ending& row : Endings()) {
-        client.ResetAuthState();
-        client.dynamicContextAvailable = true;
-        std::vector<Answer> answers = row.answers;
-        answers.insert(answers.begin(), {200, test::TokenBody("first.e30.sig")});
-        Script(answers);
-        EXPECT_EQ(Confirm(), Code(row.expected)) << row.name;
-        Lines requests = row.requests;
-        requests.insert(requests.begin(), test::kSecondFactorPath);
-        EXPECT_EQ(Requested(), requests) << row.name;
-        EXPECT_EQ(State(), row.state) << row.name;
-        EXPECT_EQ(client.dynamicContextAvailable, row.hasOwnContext) << row.name;
-    }
+    ExpectEveryEnding(
+        {test::kSecondFactorPath}, {{200, test::TokenBody("first.e30.sig")}},
+        [this] { client.ResetAuthState(); }, [this] { return Confirm(); });
 }
 
 TEST_F(CustomerSignIn, TheEndSetsTheModeAndNeverClearsTheId) {
     Script({{200, test::TokenBody("first.e30.sig")}, {200, "[]"}, {200, test::TokenBody("own.e30.sig")}});
     EXPECT_EQ(Confirm(), ResultCode::kSuccess);
     EXPECT_EQ(State(), "own.e30.sig, 1, old secret, 0, old org") << "the second factor alone resets nothing";
+}
+
+TEST_F(CustomerSignIn, AFailedEndBehindTheSecondFactorEndsTheFormerSessionToo) {
+    Script({{200, test::TokenBody("first.e30.sig")}, {403}});
+    EXPECT_EQ(Confirm(), ResultCode::kEmailUnverifiedOrBlocked);
+    EXPECT_EQ(State(), test::ResetSession("first.e30.sig"));
+}
+
+TEST_F(CustomerSignIn, BehindTheSecondFactorTheFormerSecretRenews) {
+    Script({{200, test::TokenBody("first.e30.sig")},
+            {401},
+            {200, test::TokenBody("identity.e30.sig")},
+            {200, test::TokenBody("context.e30.sig")},
+            {200, "[]"},
+            {200, test::TokenBody("own.e30.sig")}});
+    EXPECT_EQ(Confirm(), ResultCode::kSuccess);
+    EXPECT_EQ(Requested(), (Lines{test::kSecondFactorPath, test::kTrustsPath, test::kIdentitySignInPath,
+                                  test::kTrustPath, test::kTrustsPath, test::kOwnContextPath}));
+    EXPECT_EQ(platform.requests[2].body, R"({"secretKey":"old secret"})");
+    EXPECT_EQ(platform.requests[4].Header("Authorization"), "Bearer context.e30.sig");
+    EXPECT_EQ(State(), "own.e30.sig, 1, old secret, 0, old org");
+}
+
+TEST_F(CustomerSignIn, EmptyTextsAreTheServicesToJudge) {
+    Script({{401}});
+    EXPECT_EQ(client.Authorize("", "", &errorInfo, context), ResultCode::kInvalidLoginOrPassword);
+    EXPECT_EQ(LastRequest().body, R"({"login":"","password":""})");
 }
 
 TEST_F(CustomerSignIn, AChoiceFollowsTooManyContexts) {

@@ -134,15 +134,20 @@ TEST_F(IdentityRecords, ARecordUnderAnotherNameIsNotFoundAgain) {
     EXPECT_EQ(Requested()[1], test::kNewIdentityPath);
 }
 
+TEST_F(IdentityRecords, WithoutATokenTheServiceIsAskedAllTheSame) {
+    client.token.present = 0;
+    Script({{200, "[]"}, {200, R"({"id":"7"})"}, {200, "secret"}});
+    EXPECT_EQ(Obtain(), ResultCode::kSuccess);
+    for (const auto& request : platform.requests)
+        EXPECT_EQ(request.Header("Authorization"), "(none)") << request.url;
+    EXPECT_EQ(State(), "old.e30.sig, 0, secret, 2, ");
+}
+
 TEST_F(IdentityRecords, EveryFailureLeavesNoSecret) {
-    struct Answer {
-        std::uint32_t status;  // a code of the transport from 0x80000000
-        std::string body;
-    };
     const std::string own = std::string("[") + kOwnRecord + "]";
     const struct {
         const char* name;
-        std::vector<Answer> answers;
+        std::vector<test::ServiceAnswer> answers;
         std::uint32_t expected;
     } rows[] = {
         {"records: 401 starts no renewal", {{401, ""}}, 0x82000002},
@@ -152,12 +157,29 @@ TEST_F(IdentityRecords, EveryFailureLeavesNoSecret) {
         {"records: 503", {{503, ""}}, 0x8000000C},
         {"records: no JSON", {{200, "<html>"}}, 0x82000004},
         {"records: no body", {{200, ""}}, 0x82000004},
+        {"records: 400", {{400, ""}}, 0x82000004},
+        {"records: 403", {{403, ""}}, 0x82000004},
+        {"records: 404", {{404, ""}}, 0x82000004},
+        {"records: 204 is no success", {{204, ""}}, 0x82000004},
+        {"new record: 400", {{200, "[]"}, {400, ""}}, 0x82000004},
+        {"new record: 403", {{200, "[]"}, {403, ""}}, 0x82000004},
+        {"new record: 404", {{200, "[]"}, {404, ""}}, 0x82000005},
+        {"new record: 500", {{200, "[]"}, {500, ""}}, 0x82000003},
+        {"new record: 503", {{200, "[]"}, {503, ""}}, 0x8000000C},
+        {"new record: time-out", {{200, "[]"}, {0x81000014, ""}}, 0x81000014},
         {"new record: 409", {{200, "[]"}, {409, ""}}, 0x82000005},
         {"new record: 401 starts no renewal", {{200, "[]"}, {401, ""}}, 0x82000002},
         {"new record: network", {{200, "[]"}, {0x81000006, ""}}, 0x80000006},
         {"new record: 201 is no success", {{200, "[]"}, {201, R"({"id":"7"})"}}, 0x82000004},
         {"new record: no JSON", {{200, "[]"}, {200, "<html>"}}, 0x82000004},
         {"new record: no id", {{200, "[]"}, {200, R"({"name":"x"})"}}, 0x82000004},
+        {"token: 400", {{200, own}, {400, ""}}, 0x82000004},
+        {"token: 403", {{200, own}, {403, ""}}, 0x82000002},
+        {"token: 500", {{200, own}, {500, ""}}, 0x82000003},
+        {"token: 503", {{200, own}, {503, ""}}, 0x8000000C},
+        {"token: 204 is no success", {{200, own}, {204, ""}}, 0x82000004},
+        {"token: time-out", {{200, own}, {0x81000014, ""}}, 0x81000014},
+        {"token of a new record: 404", {{200, "[]"}, {200, R"({"id":"7"})"}, {404, ""}}, 0x82000002},
         {"token: 404", {{200, own}, {404, ""}}, 0x82000002},
         {"token: 401 starts no renewal", {{200, own}, {401, ""}}, 0x82000002},
         {"token: network", {{200, own}, {0x81000006, ""}}, 0x80000006},
@@ -165,19 +187,11 @@ TEST_F(IdentityRecords, EveryFailureLeavesNoSecret) {
         {"token: a zero byte first", {{200, own}, {200, std::string("\0secret", 7)}}, 0x82000004},
     };
     for (const auto& row : rows) {
-        client.identitySecret = "old secret";
-        platform.requests.clear();
-        for (const Answer& answer : row.answers) {
-            if (answer.status >= 0x80000000)
-                platform.FailExchange(answer.status);
-            else
-                platform.AnswerWith(answer.status, answer.body);
-        }
+        RememberOldSession();
+        Script(row.answers);
         EXPECT_EQ(Obtain(), Code(row.expected)) << row.name;
-        EXPECT_EQ(Secret(), "") << row.name;
         EXPECT_EQ(platform.requests.size(), row.answers.size()) << row.name;
-        EXPECT_EQ(TokenText(), "old.e30.sig") << row.name;
-        EXPECT_EQ(client.token.present, 1) << row.name;
+        EXPECT_EQ(State(), "old.e30.sig, 1, , 1, old org") << row.name;
     }
 }
 

@@ -119,7 +119,7 @@ TEST(ReadTrustRecords, TakesWhatIsThere) {
 }
 
 TEST(ReadTrustRecords, ManyTrustsTakeLinearCost) {
-    test::ExpectLinearCost(20'000, [](std::size_t trusts) {
+    test::ExpectLinearCost(100'000, [](std::size_t trusts) {
         std::string list = "[";
         for (std::size_t i = 0; i < trusts; ++i)
             list += R"({"id":"1","trustorId":"2"},)";
@@ -130,6 +130,61 @@ TEST(ReadTrustRecords, ManyTrustsTakeLinearCost) {
             test::AllocatedBytes([&] { code = registry::ReadTrustRecords(body, records); });
         EXPECT_EQ(code, ResultCode::kSuccess);
         EXPECT_EQ(records.size(), trusts);
+        return bytes;
+    });
+}
+
+TEST(ReadSocialProviders, AppendsKeyAndSeparator) {
+    const struct {
+        const char* name;
+        const char* body;
+        char separator;
+        std::uint32_t expected;
+        std::string text;  // behind "former"
+    } rows[] = {
+        {"two in order", R"([{"key":"alpha"},{"key":"beta"}])", ';', 0, "alpha;beta;"},
+        {"another separator", R"([{"key":"alpha"},{"key":"beta"}])", ',', 0, "alpha,beta,"},
+        {"a zero byte as separator", R"([{"key":"alpha"},{"key":"beta"}])", '\0', 0,
+         std::string("alpha\0beta\0", 11)},
+        {"one", R"([{"key":"alpha","name":"Alpha"}])", ';', 0, "alpha;"},
+        {"the name in another case", R"([{"KEY":"alpha"},{"Key":"beta"}])", ';', 0, "alpha;beta;"},
+        {"the first of two keys", R"([{"Key":"alpha","key":"beta"}])", ';', 0, "alpha;"},
+        {"an element without a key is passed over",
+         R"([{"key":"alpha"},{"name":"x"},{},[],7,"key",null,{"key":"beta"}])", ';', 0, "alpha;beta;"},
+        {"an empty key is a key", R"([{"key":""},{"key":"beta"}])", ';', 0, ";beta;"},
+        {"a separator inside a key stays", R"([{"key":"a;b"}])", ';', 0, "a;b;"},
+        {"scalars are their text, containers have none",
+         R"([{"key":7},{"key":null},{"key":{"key":"x"}},{"key":["x"]}])", ';', 0, "7;null;;;"},
+        {"UTF-8 and escapes", "[{\"key\":\"\xC3\xA9\\\"\"}]", ';', 0, "\xC3\xA9\";"},
+        {"a key of an inner list is none", R"([[{"key":"alpha"}]])", ';', 0, ""},
+        {"an empty list", "[]", ';', 0, ""},
+        {"an object's members are walked", R"({"a":{"key":"alpha"},"key":"beta"})", ';', 0, "alpha;"},
+        {"a text", R"("key")", ';', 0, ""},
+        {"null", "null", ';', 0, ""},
+        {"not JSON", "<html>", ';', 0x82000004, ""},
+        {"no body", "", ';', 0x82000004, ""},
+        {"cut behind a good element", R"([{"key":"alpha"})", ';', 0x82000004, ""},
+    };
+    for (const auto& row : rows) {
+        portable_stl::string text = "former";
+        EXPECT_EQ(registry::ReadSocialProviders(row.body, row.separator, text), Code(row.expected))
+            << row.name;
+        EXPECT_EQ(Text(text), "former" + row.text) << row.name;
+    }
+}
+
+TEST(ReadSocialProviders, ManyProvidersTakeLinearCost) {
+    test::ExpectLinearCost(100'000, [](std::size_t providers) {
+        std::string list = "[";
+        for (std::size_t i = 0; i < providers; ++i)
+            list += R"({"key":"abc"},)";
+        const auto body = Text(list + "]");
+        portable_stl::string text;
+        ResultCode code = ResultCode::kInternalError;
+        const std::size_t bytes =
+            test::AllocatedBytes([&] { code = registry::ReadSocialProviders(body, ';', text); });
+        EXPECT_EQ(code, ResultCode::kSuccess);
+        EXPECT_EQ(text.size(), providers * 4);
         return bytes;
     });
 }

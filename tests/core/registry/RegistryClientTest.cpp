@@ -1,6 +1,8 @@
 #include "core/src/registry/RegistryClient.h"
 
 #include "core/src/registry/AccessTokenBody.h"
+#include "core/src/registry/BusinessRegistryClient.h"
+#include "core/src/registry/PrincipalAdminRegistryClient.h"
 #include "tests/core/registry/RegistryFixture.h"
 
 namespace {
@@ -39,6 +41,15 @@ TEST_F(RegistryClient, TakesThePolicyFieldByField) {
         {"the second alone", {0, 7, 0, 0}, {5, 7, 1000, 30000}},
         {"the third alone", {0, 0, 7, 0}, {5, 1500, 7, 30000}},
         {"the fourth alone", {0, 0, 0, 7}, {5, 1500, 1000, 7}},
+        {"all but the first", {0, 2, 3, 4}, {5, 2, 3, 4}},
+        {"all but the second", {1, 0, 3, 4}, {1, 1500, 3, 4}},
+        {"all but the third", {1, 2, 0, 4}, {1, 2, 1000, 4}},
+        {"all but the fourth", {1, 2, 3, 0}, {1, 2, 3, 30000}},
+        {"the defaults by name", {5, 1500, 1000, 30000}, {5, 1500, 1000, 30000}},
+        {"the largest",
+         {4294967295, 4294967295, 4294967295, 4294967295},
+         {4294967295, 4294967295, 4294967295, 4294967295}},
+        {"a cap below the floor is nobody's business", {1, 1, 5000, 3}, {1, 1, 5000, 3}},
     };
     for (const auto& row : rows) {
         const registry::CustomerRegistryClient<SystemApi> fresh("", "", row.given, nullptr);
@@ -46,6 +57,36 @@ TEST_F(RegistryClient, TakesThePolicyFieldByField) {
         EXPECT_EQ(fresh.retryPolicy.timeoutRetryDelayMs, row.held.timeoutRetryDelayMs) << row.name;
         EXPECT_EQ(fresh.retryPolicy.idempotencyWaitMs, row.held.idempotencyWaitMs) << row.name;
         EXPECT_EQ(fresh.retryPolicy.idempotencyWaitCapMs, row.held.idempotencyWaitCapMs) << row.name;
+    }
+}
+
+template <class Client>
+std::string LoadedKeys(const char* folder, void* context) {
+    const Client fresh(test::kBaseUrl, folder, {}, context);
+    std::string keys;
+    for (const auto& entry : fresh.idempotencyEntries)
+        keys += Text(entry.key) + " ";
+    return Text(fresh.dataFolder) + ": " + keys;
+}
+
+TEST_F(RegistryClient, LoadsTheKeysOfItsFolderWhateverItsKind) {
+    const struct {
+        const char* name;
+        std::string (*load)(const char* folder, void* context);
+    } rows[] = {
+        {"customer", &LoadedKeys<registry::CustomerRegistryClient<SystemApi>>},
+        {"business", &LoadedKeys<registry::BusinessRegistryClient<SystemApi>>},
+        {"principal administrator", &LoadedKeys<registry::PrincipalAdminRegistryClient<SystemApi>>},
+    };
+    platform.files["folder/LIC2"] =
+        R"({"entries":[{"hash":"h","key":"k1","createdAt":"5"},{"hash":"h","key":"k2","createdAt":"6"}]})";
+    platform.files["LIC2"] = R"({"entries":[{"hash":"h","key":"another's","createdAt":"5"}]})";
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.load("folder/", context), "folder/: k1 k2 ") << row.name;
+        EXPECT_EQ(row.load("folder", context), "folder: ") << row.name << ": no separator is added";
+        const std::uint32_t reads = platform.CallCount(test::Operation::FileGetSize);
+        EXPECT_EQ(row.load("", context), ": ") << row.name;
+        EXPECT_EQ(platform.CallCount(test::Operation::FileGetSize), reads) << row.name << ": nobody looks";
     }
 }
 

@@ -59,17 +59,69 @@ inline std::string TokenBody(const std::string& token) {
     return R"({"accessToken":")" + token + R"("})";
 }
 
-class RegistryTest : public ::testing::Test {
+/// One exchange of a script.
+struct ServiceAnswer {
+    std::uint32_t status;  // a code of the transport from 0x80000000
+    std::string body = {};
+    std::string headerLines = {};  // behind the status line, each with its end
+};
+
+using AnyClient = registry::RegistryClient<SystemApi>;
+
+/// "token text, mark, secret, context mode, context id"
+inline std::string StateOf(const AnyClient& client) {
+    return Text(client.token.text) + ", " + std::to_string(client.token.present) + ", " +
+           Text(client.identitySecret) + ", " + std::to_string(client.contextMode) + ", " +
+           Text(client.contextId);
+}
+
+/// What RememberOldSession leaves, in the form of State.
+inline constexpr char kOldSession[] = "old.e30.sig, 1, old secret, 1, old org";
+
+/// What a failed sign-in leaves, in the form of State: the text of the last token and nobody signed in.
+inline std::string ResetSession(const std::string& tokenText) {
+    return tokenText + ", 0, , 2, ";
+}
+
+template <class Client>
+class RegistryTestOf : public ::testing::Test {
 protected:
-    RegistryTest() { client.token = quillmarkclient_core::Token("old.e30.sig", true); }
+    RegistryTestOf() { client.token = quillmarkclient_core::Token("old.e30.sig", true); }
 
     void AnswerToken(const std::string& token) { platform.AnswerWith(200, TokenBody(token)); }
+
+    /// The answers from now on; the requests so far are forgotten.
+    void Script(const std::vector<ServiceAnswer>& answers) {
+        platform.requests.clear();
+        for (const ServiceAnswer& answer : answers) {
+            if (answer.status >= 0x80000000) {
+                platform.FailExchange(answer.status);
+                continue;
+            }
+            ScriptedAnswer scripted;
+            scripted.status = answer.status;
+            scripted.body = answer.body;
+            scripted.headers =
+                "HTTP/1.1 " + std::to_string(answer.status) + "\r\n" + answer.headerLines + "\r\n";
+            platform.AnswerWith(scripted);
+        }
+    }
+
+    /// A session from before, in a trustor's context: kOldSession.
+    void RememberOldSession() {
+        client.token = quillmarkclient_core::Token("old.e30.sig", true);
+        client.identitySecret = "old secret";
+        client.contextMode = 1;
+        client.contextId = "old org";
+    }
 
     /// "METHOD path" of every request so far.
     Lines Requested() const { return platform.RequestLines(kBaseUrl); }
     const RecordedRequest& LastRequest() const { return platform.requests.back(); }
 
     std::string TokenText() const { return Text(client.token.text); }
+
+    std::string State() const { return StateOf(client); }
 
     /// Nothing is left over and nothing was kept.
     void TearDown() override {
@@ -81,9 +133,11 @@ protected:
     ScriptedPlatform platform;
     int contextMark = 0;
     void* context = &contextMark;
-    registry::CustomerRegistryClient<SystemApi> client{kBaseUrl, "", registry::RetryPolicy{}, nullptr};
+    Client client{kBaseUrl, "", registry::RetryPolicy{}, nullptr};
     registry::ServiceErrorInfo errorInfo;
 };
+
+using RegistryTest = RegistryTestOf<registry::CustomerRegistryClient<SystemApi>>;
 
 inline constexpr char kTrustsPath[] =
     "GET /api/registry/v2/trustee/trusts?WithDetails=true&WithRights=false&level=Customer";
@@ -95,6 +149,7 @@ inline constexpr char kIdentitySignInPath[] = "POST /api/customer/registry/v2/to
 inline constexpr char kUserPath[] = "GET /api/registry/v2/users";
 inline constexpr char kIdentitiesPath[] = "GET /api/registry/v2/identities";
 inline constexpr char kNewIdentityPath[] = "POST /api/registry/v2/identities";
+inline constexpr char kProvidersPath[] = "GET /api/public/registry/v2/oauth/external/providers";
 
 inline constexpr char kOneTrust[] =
     R"([{"id":"t1","trustorId":"org-1","trustorDetails":{"type":"Organization","name":"Org One"}}])";

@@ -26,12 +26,6 @@ protected:
         return client.ReauthorizeViaIdentity(secret, mode, trustorId, &errorInfo, context);
     }
 
-    // "token text, mark, secret, mode, id"
-    std::string State() const {
-        return TokenText() + ", " + std::to_string(client.token.present) + ", " +
-               Text(client.identitySecret) + ", " + std::to_string(client.contextMode) + ", " +
-               Text(client.contextId);
-    }
     static constexpr char kOldState[] = "old.e30.sig, 1, old secret, 1, org-1";
 
     RequestPointer request = portable_stl::make_unique<registry::GetCustomerInfoRequest<SystemApi>>(
@@ -203,17 +197,13 @@ TEST_F(Renewal, AnEmptySecretTouchesNothing) {
 }
 
 TEST_F(Renewal, EveryEndOfARenewal) {
-    struct Answer {
-        std::uint32_t status;  // a code of the transport from 0x80000000
-        std::string body;
-    };
     const std::string token = test::TokenBody("identity.e30.sig");
     const std::string contextToken = test::TokenBody("context.e30.sig");
     const struct {
         const char* name;
         std::uint32_t mode;
         const char* trustorId;
-        std::vector<Answer> answers;
+        std::vector<test::ServiceAnswer> answers;
         std::uint32_t expected;
         const char* state;
     } rows[] = {
@@ -282,13 +272,7 @@ TEST_F(Renewal, EveryEndOfARenewal) {
         client.identitySecret = "old secret";
         client.contextMode = 1;
         client.contextId = "org-1";
-        platform.requests.clear();
-        for (const Answer& answer : row.answers) {
-            if (answer.status >= 0x80000000)
-                platform.FailExchange(answer.status);
-            else
-                platform.AnswerWith(answer.status, answer.body);
-        }
+        Script(row.answers);
         EXPECT_EQ(Reauthorize("new secret", row.mode, row.trustorId), Code(row.expected)) << row.name;
         EXPECT_EQ(State(), row.state) << row.name;
         Lines lines = {test::kIdentitySignInPath};

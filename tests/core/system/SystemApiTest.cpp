@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -268,9 +269,9 @@ TEST_F(SystemApiWrappers, TheTableIsCopiedAndTheLastOneDecides) {
 // GetMachineIds: a scripted entry behind the wrapper.
 struct MachineScript {
     std::string block;
-    std::uint32_t sizeAnswer = 0;    // of the call without a buffer
-    std::uint32_t bufferAnswer = 0;  // of the call with one
-    std::uint32_t sizeWritten = 0;   // into `size` by the call with a buffer; 0 leaves it
+    std::uint32_t sizeAnswer = 0;              // of the call without a buffer
+    std::uint32_t bufferAnswer = 0;            // of the call with one
+    std::optional<std::uint32_t> sizeWritten;  // into `size` by the call with a buffer
     int calls = 0;
     int blocks = 0;  // of Alloc, not yet freed
     void* context = nullptr;
@@ -290,8 +291,7 @@ protected:
             }
             EXPECT_EQ(*size, script.block.size());
             std::memcpy(buffer, script.block.data(), script.block.size());
-            if (script.sizeWritten != 0)
-                *size = script.sizeWritten;
+            *size = script.sizeWritten.value_or(*size);
             return script.bufferAnswer;
         };
         table.Alloc = [](std::size_t size) {
@@ -330,6 +330,8 @@ TEST_F(SystemApiMachineIds, SplitsTheBlockAtItsZeroBytes) {
         {"two texts", std::string("MAC-1\0os\0", 9), {"MAC-1", "os"}},
         {"one text", std::string("os\0", 3), {"os"}},
         {"an empty text counts", std::string("MAC-1\0\0", 7), {"MAC-1", ""}},
+        {"an empty text in the middle", std::string("a\0\0b\0", 5), {"a", "", "b"}},
+        {"an empty text in front", std::string("\0os\0", 4), {"", "os"}},
         {"an empty text alone", std::string("\0", 1), {""}},
         {"no zero byte at the end", "MAC-1", {"MAC-1"}},
     };
@@ -356,6 +358,7 @@ TEST_F(SystemApiMachineIds, FailuresLeaveTheListAndNoBlock) {
         {"Alloc fails", [](auto& t) { t.Alloc = [](std::size_t) -> void* { return nullptr; }; }, 0x80000003,
          1},
         {"the texts can't be had", [](auto&) { script.bufferAnswer = 0x80000005; }, 0x81000005, 2},
+        {"the list became empty", [](auto&) { script.sizeWritten = 0; }, 0x81000005, 2},
     };
     const PlatformTable whole = table;
     for (const auto& row : rows) {

@@ -24,6 +24,7 @@ namespace fs = std::filesystem;
 using Ids = std::vector<std::string>;
 
 constexpr char kMachineId[] = "0123456789abcdef0123456789abcdef";
+constexpr char kSystemId[] = "ca58d10a21399ed80d6bee6c2e31ea73";  // of the machine with that id
 
 // A machine made of files: its adapters as the system lists them, and its own id.
 class LinuxMachineIds : public ::testing::Test {
@@ -103,6 +104,16 @@ TEST_F(LinuxMachineIds, AnAdapterIsALinkInTheRealFolder) {
     EXPECT_EQ(Read(), Ids{"MAC-AA-BB-CC-DD-EE-FF"});
 }
 
+TEST_F(LinuxMachineIds, AnAdapterThatIsALinkToItselfIsPassedOver) {
+    fs::create_symlink("eth0", folder.Path() / "net/eth0");
+    SetMachineId(kMachineId);
+    Ids ids;
+    ASSERT_NO_THROW(ids = Read());
+    EXPECT_EQ(ids, Ids{kSystemId});
+    AddAdapter("eth1", "aa:bb:cc:dd:ee:ff");
+    EXPECT_EQ(Read(), (Ids{"MAC-AA-BB-CC-DD-EE-FF", kSystemId})) << "and the next one is still seen";
+}
+
 TEST_F(LinuxMachineIds, TheSystemIsAKeyedHashOfItsIdAndNotTheId) {
     SetMachineId(kMachineId);
     const Ids ids = Read();
@@ -151,6 +162,28 @@ std::uint32_t SizeOf(MachineIdCache& cache) {
     return size;
 }
 
+std::string BlockOf(MachineIdCache& cache) {
+    std::uint32_t size = SizeOf(cache);
+    std::string block(size, '*');
+    EXPECT_EQ(cache.Get(block.data(), &size), 0u);
+    return block;
+}
+
+TEST_F(LinuxMachineIds, WithoutANetFolderTheSystemAloneIsNamedAndKept) {
+    fs::remove(folder.Path() / "net");
+    SetMachineId(kMachineId);
+    EXPECT_EQ(Read(), Ids{kSystemId});
+    MachineIdCache cache([this] { return Read(); });
+    const std::string systemAlone = std::string(kSystemId) + '\0';
+    EXPECT_EQ(BlockOf(cache), systemAlone);
+
+    fs::create_directory(folder.Path() / "net");
+    AddAdapter("eth0", "aa:bb:cc:dd:ee:ff");
+    SetMachineId("another machine");
+    EXPECT_EQ(Read().size(), 2u) << "the files have changed";
+    EXPECT_EQ(BlockOf(cache), systemAlone) << "the list is kept";
+}
+
 TEST(LinuxMachineIdCache, FillsOnceAndKeepsTheList) {
     int reads = 0;
     MachineIdCache cache([&] { return ++reads == 1 ? Ids{"MAC-1", "os"} : Ids{"other"}; });
@@ -162,6 +195,51 @@ TEST(LinuxMachineIdCache, FillsOnceAndKeepsTheList) {
         EXPECT_EQ(block, std::string("MAC-1\0os\0", 9));
     }
     EXPECT_EQ(reads, 1);
+}
+
+TEST(LinuxMachineIdCache, FillsABufferThatHoldsAllAndTouchesNoOther) {
+    static const struct {
+        const char* name;
+        std::uint32_t capacity;
+        std::uint32_t code;
+        std::string buffer;
+    } rows[] = {
+        {"no room at all", 0, 0x80000005, "************"},
+        {"room for the first text alone", 6, 0x80000005, "************"},
+        {"one byte short", 8, 0x80000005, "************"},
+        {"exactly the size", 9, 0, std::string("MAC-1\0os\0***", 12)},
+        {"two bytes more, which are cleared", 11, 0, std::string("MAC-1\0os\0\0\0*", 12)},
+    };
+    for (const bool isFilled : {false, true}) {
+        for (const auto& row : rows) {
+            MachineIdCache cache([] { return Ids{"MAC-1", "os"}; });
+            if (isFilled) {
+                EXPECT_EQ(SizeOf(cache), 9u);
+            }
+            std::string buffer(12, '*');
+            std::uint32_t size = row.capacity;
+            EXPECT_EQ(cache.Get(buffer.data(), &size), row.code)
+                << row.name << ", asked before: " << isFilled;
+            EXPECT_EQ(buffer, row.buffer) << row.name << ", asked before: " << isFilled;
+            EXPECT_EQ(size, row.capacity) << row.name << ", asked before: " << isFilled;
+        }
+    }
+}
+
+TEST(LinuxMachineIdCache, NeedsTheSizeBeforeAnythingElse) {
+    int reads = 0;
+    MachineIdCache cache([&] {
+        ++reads;
+        return Ids{"os"};
+    });
+    std::string buffer(4, '*');
+    EXPECT_EQ(cache.Get(nullptr, nullptr), 0x80000002u);
+    EXPECT_EQ(cache.Get(buffer.data(), nullptr), 0x80000002u);
+    EXPECT_EQ(buffer, "****");
+    EXPECT_EQ(reads, 0);
+    EXPECT_EQ(SizeOf(cache), 3u);
+    EXPECT_EQ(cache.Get(buffer.data(), nullptr), 0x80000002u) << "of a list that is there";
+    EXPECT_EQ(buffer, "****");
 }
 
 TEST(LinuxMachineIdCache, DoesNotRememberAnEmptyList) {
@@ -202,7 +280,8 @@ bool IsAsleep(pid_t thread) {
     return stat.find(") S ") != std::string::npos;
 }
 
-// The fill goes on when all other threads wait, or when a second fill has begun.
+// The fill goes on when all other threads wait, or when a second fill has begun. One that goes on because its
+// time is up has shown nothing.
 TEST(LinuxMachineIdCache, IsFilledOnceByManyThreads) {
     constexpr int kThreads = 8;
     std::array<std::atomic<pid_t>, kThreads> asking{};
@@ -213,9 +292,13 @@ TEST(LinuxMachineIdCache, IsFilledOnceByManyThreads) {
         const auto waits = [](const std::atomic<pid_t>& thread) {
             return thread == gettid() || (thread != 0 && IsAsleep(thread));
         };
-        while (reads == 1 && !std::all_of(asking.begin(), asking.end(), waits) &&
-               std::chrono::steady_clock::now() < deadline)
+        while (reads == 1 && !std::all_of(asking.begin(), asking.end(), waits)) {
+            if (std::chrono::steady_clock::now() >= deadline) {
+                ADD_FAILURE() << "not all threads wait for the fill";
+                break;
+            }
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
         return Ids{"MAC-1", "os"};
     });
     std::vector<std::thread> threads;

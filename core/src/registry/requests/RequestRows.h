@@ -46,6 +46,7 @@ inline constexpr char kPost[] = "POST";
 // What the log shows in place of a body with secrets.
 inline constexpr char kHiddenLogin[] = "\tbody: {\"login\": \"***\", \"password\": \"***\"}\n";
 inline constexpr char kHiddenSecondFactor[] = "\tbody: {\"challengeToken\": \"***\", \"code\": \"***\"}\n";
+inline constexpr char kHiddenEmail[] = "\tbody: {\"email\": \"***\", \"password\": \"***\"}\n";
 inline constexpr const char* kShown = nullptr;
 
 inline constexpr const char* kNoLine = nullptr;
@@ -87,6 +88,28 @@ inline constexpr RequestRow kCustomerAuthorize2FARow = {
     kCustomerAuthorize2FAStatuses,
 };
 
+inline constexpr RequestRow kBusinessAuthorizeRow = {
+    kPost,
+    kBusinessRegistry,
+    "/v2/tokens",
+    kStandardHeaders,
+    "BusinessAuthorizeRequest Request",
+    kHiddenLogin,
+    "BusinessAuthorizeRequest: ERROR_INTERNAL - failed to create Json string",
+    kBusinessAuthorizeStatuses,
+};
+
+inline constexpr RequestRow kPrincipalAdminAuthorizeRow = {
+    kPost,
+    kPrincipalAdminIdentity,
+    "/tokens/password",
+    kStandardHeaders,
+    "PrincipalAdminAuthorizeRequest",
+    kHiddenEmail,
+    "PrincipalAdminAuthorizeRequest: ERROR_INTERNAL - failed to create Json string",
+    kPrincipalAdminAuthorizeStatuses,
+};
+
 // Index 0 for a person, 1 for a business.
 inline constexpr RequestRow kAuthorizeViaIdentityRows[] = {
     {
@@ -109,6 +132,73 @@ inline constexpr RequestRow kAuthorizeViaIdentityRows[] = {
         kSessionNotSerialised,
         kAuthorizeViaIdentityStatuses,
     },
+};
+
+inline constexpr RequestRow kAuthorizeViaSocialRow = {
+    kGet,   kUserRegistry, "/v2/oauth/sign-in/",        kStandardHeaders, "Social Session Request",
+    kShown, kNoLine,       kAuthorizeViaSocialStatuses,
+};
+
+inline constexpr RequestRow kAuthorizeViaSocialDesktopRow = {
+    kPost,
+    kCustomerRegistry,
+    "/v2/tokens/external",
+    kStandardHeaders,
+    "Social Desktop Session Request",
+    kShown,
+    "AuthorizeViaSocialDesktopRequest: ERROR_INTERNAL - failed to create Json string",
+    kAuthorizeViaSocialDesktopStatuses,
+};
+
+inline constexpr RequestRow kBusinessAuthorizeViaSocialDesktopRow = {
+    kPost,
+    kBusinessRegistry,
+    "/v2/tokens/external",
+    kStandardHeaders,
+    "Business social desktop auth Request",
+    kShown,
+    "BusinessAuthorizeViaSocialDesktopRequest: failed to create Json string",
+    kBusinessAuthorizeViaSocialDesktopStatuses,
+};
+
+inline constexpr RequestRow kUseDynamicContextRow = {
+    kPost,
+    kNamedOperations,
+    "/USE_DYNAMIC_CONTEXT",
+    kStandardHeaders,
+    "UseDynamicContext Request",
+    kShown,
+    "UseDynamicContextRequest: failed to create Json string",
+    kUseDynamicContextStatuses,
+};
+
+// Index 0 for a code, 1 for the provider's access token.
+inline constexpr RequestRow kCustomerRegistrationFinalizeRows[] = {
+    {
+        kPost,
+        kNamedOperations,
+        "/CUSTOMER_REGISTRATION_FINALIZE_OAUTH",
+        kStandardHeaders,
+        "CustomerRegistrationFinalize Request",
+        kShown,
+        kNoLine,
+        kCustomerRegistrationFinalizeStatuses,
+    },
+    {
+        kPost,
+        kNamedOperations,
+        "/CUSTOMER_REGISTRATION_FINALIZE_EXTERNAL_ACCESS_TOKEN",
+        kStandardHeaders,
+        "CustomerRegistrationFinalize Request",
+        kShown,
+        kNoLine,
+        kCustomerRegistrationFinalizeStatuses,
+    },
+};
+
+inline constexpr RequestRow kSocialProvidersListRow = {
+    kGet,   kPublicRegistry, "/v2/oauth/external/providers", kStandardHeaders, "SocialProvidersListRequest",
+    kShown, kNoLine,         kSocialProvidersListStatuses,
 };
 
 inline constexpr RequestRow kCustomerContextRow = {

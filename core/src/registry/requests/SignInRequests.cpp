@@ -7,6 +7,8 @@ namespace registry {
 
 template class CustomerAuthorizeRequest<quillmarkclient_core::SystemApi>;
 template class CustomerAuthorize2FARequest<quillmarkclient_core::SystemApi>;
+template class BusinessAuthorizeRequest<quillmarkclient_core::SystemApi>;
+template class PrincipalAdminAuthorizeRequest<quillmarkclient_core::SystemApi>;
 template class AuthorizeViaIdentityRequest<quillmarkclient_core::SystemApi>;
 
 }  // namespace registry

@@ -32,6 +32,32 @@ public:
     explicit CustomerAuthorize2FARequest(const CustomerAuthorize2FAParams& params);
 };
 
+struct BusinessAuthorizeParams {
+    portable_stl::string baseUrl;
+    portable_stl::string login;
+    portable_stl::string password;
+};
+
+/// Login and password of a business. The log hides the body.
+template <class Api>
+class BusinessAuthorizeRequest final : public CatalogueRequest<Api> {
+public:
+    explicit BusinessAuthorizeRequest(const BusinessAuthorizeParams& params);
+};
+
+struct PrincipalAdminAuthorizeParams {
+    portable_stl::string baseUrl;
+    portable_stl::string email;
+    portable_stl::string password;
+};
+
+/// E-mail address and password of a principal administrator. The log hides the body.
+template <class Api>
+class PrincipalAdminAuthorizeRequest final : public CatalogueRequest<Api> {
+public:
+    explicit PrincipalAdminAuthorizeRequest(const PrincipalAdminAuthorizeParams& params);
+};
+
 struct AuthorizeViaIdentityParams {
     portable_stl::string baseUrl;
     portable_stl::string secretKey;

@@ -17,6 +17,19 @@ CustomerAuthorize2FARequest<Api>::CustomerAuthorize2FARequest(const CustomerAuth
 }
 
 template <class Api>
+BusinessAuthorizeRequest<Api>::BusinessAuthorizeRequest(const BusinessAuthorizeParams& params)
+    : CatalogueRequest<Api>(kBusinessAuthorizeRow, params.baseUrl) {
+    this->FinishWithFields({{"login", params.login}, {"password", params.password}});
+}
+
+template <class Api>
+PrincipalAdminAuthorizeRequest<Api>::PrincipalAdminAuthorizeRequest(
+    const PrincipalAdminAuthorizeParams& params)
+    : CatalogueRequest<Api>(kPrincipalAdminAuthorizeRow, params.baseUrl) {
+    this->FinishWithFields({{"email", params.email}, {"password", params.password}});
+}
+
+template <class Api>
 AuthorizeViaIdentityRequest<Api>::AuthorizeViaIdentityRequest(const AuthorizeViaIdentityParams& params)
     : CatalogueRequest<Api>(kAuthorizeViaIdentityRows[params.isBusiness ? 1 : 0], params.baseUrl) {
     this->FinishWithFields({{"secretKey", params.secretKey}});

@@ -4,49 +4,54 @@
 
 namespace {
 
-using test::kBaseUrl;
+using portable_stl::string;
 using test::kStandardHeaders;
+using test::Make;
 using test::RequestPointer;
-using test::SystemApi;
 
-RequestPointer Trusts(const registry::TrusteeTrustsParams& params) {
-    return portable_stl::make_unique<registry::TrusteeTrustsRequest<SystemApi>>(params);
+RequestPointer Trust(const string& url, const char* trustorId) {
+    return Make<registry::CustomerTrustTokenRequest, registry::CustomerTrustTokenParams>(url, trustorId);
 }
 
 const test::RequestExpectation kRows[] = {
-    {"own context, no body at all",
-     [] {
-         return RequestPointer(portable_stl::make_unique<registry::CustomerContextRequest<SystemApi>>(
-             registry::CustomerContextParams{kBaseUrl}));
+    {"a trustor's context, escaped",
+     [](const string& url) { return Trust(url, "org/\"1\"\xC3\xA9"); },
+     "POST",
+     "/api/customer/registry/v2/tokens/trust",
+     kStandardHeaders,
+     "{\"trustorId\":\"org\\/\\\"1\\\"\xC3\xA9\"}",
+     {{"trustorId", "org/\"1\"\xC3\xA9"}},
+     "CustomerTrustToken Request"},
+    {"an empty trustor is written",
+     [](const string& url) { return Trust(url, ""); },
+     "POST",
+     "/api/customer/registry/v2/tokens/trust",
+     kStandardHeaders,
+     R"({"trustorId":""})",
+     {{"trustorId", ""}},
+     "CustomerTrustToken Request"},
+    {"trusts, other values than the defaults",
+     [](const string& url) {
+         return Make<registry::TrusteeTrustsRequest, registry::TrusteeTrustsParams>(url, "A b", false, true);
      },
-     "POST", "/api/customer/registry/v2/tokens/context", kStandardHeaders, "",
-     "CustomerContext token Request", ""},
-    {"a trustor's context",
-     [] {
-         return RequestPointer(portable_stl::make_unique<registry::CustomerTrustTokenRequest<SystemApi>>(
-             registry::CustomerTrustTokenParams{kBaseUrl, "org/1"}));
-     },
-     "POST", "/api/customer/registry/v2/tokens/trust", kStandardHeaders, R"({"trustorId":"org\/1"})",
-     "CustomerTrustToken Request", R"({"trustorId":"org\/1"})"},
-    {"trusts, by the defaults",
-     [] {
-         registry::TrusteeTrustsParams params;
-         params.baseUrl = kBaseUrl;
-         return Trusts(params);
-     },
-     "GET", "/api/registry/v2/trustee/trusts?WithDetails=true&WithRights=false&level=Customer",
-     kStandardHeaders, "", "TrusteeTrusts token Request", ""},
-    {"trusts, other values",
-     [] {
-         return Trusts({kBaseUrl, "A b", false, true});
-     },
-     "GET", "/api/registry/v2/trustee/trusts?WithDetails=false&WithRights=true&level=A b", kStandardHeaders,
-     "", "TrusteeTrusts token Request", ""},
+     "GET",
+     "/api/registry/v2/trustee/trusts?WithDetails=false&WithRights=true&level=A b",
+     kStandardHeaders,
+     "",
+     {},
+     "TrusteeTrusts token Request"},
 };
 
 TEST(ContextRequests, EveryByte) {
     for (const auto& row : kRows)
         test::ExpectRequest(row);
+}
+
+TEST(ContextRequests, TheDefaultsOfTheTrustList) {
+    const registry::TrusteeTrustsParams params;
+    EXPECT_EQ(test::Text(params.level), "Customer");
+    EXPECT_TRUE(params.withDetails);
+    EXPECT_FALSE(params.withRights);
 }
 
 }  // namespace

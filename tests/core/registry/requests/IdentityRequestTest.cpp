@@ -25,7 +25,7 @@ const Headers kTextHeaders = {
 
 // Every value is set, so that one which a mode does not use would show.
 registry::IdentityRequestParams AllParams() {
-    registry::IdentityRequestParams params{kBaseUrl, "id 7", "My \"name\"", "3600", {}};
+    registry::IdentityRequestParams params{kBaseUrl, "id 7", "My \"name\"", "3600 s", {}};
     params.rights.push_back({"space/1", "owner"}).value();
     params.rights.push_back({"", "user"}).value();
     return params;
@@ -36,30 +36,45 @@ RequestPointer Make(const registry::IdentityRequestParams& params, std::uint32_t
         params, static_cast<IdentityRequestMode>(mode));
 }
 
-RequestPointer MakeBare(std::uint32_t mode) {
-    return Make({kBaseUrl, "7", "", "", {}}, mode);
-}
-
 const test::RequestExpectation kRows[] = {
-    {"records", [] { return Make(AllParams(), 1); }, "GET", "/api/registry/v2/identities", kJsonHeaders, "",
-     "\"Get identity records\" request ...", ""},
-    {"token, with an expiration", [] { return Make(AllParams(), 2); }, "GET",
-     "/api/registry/v2/identities/id 7/token?TokenExpiration=3600", kTextHeaders, "",
-     "\"Get identity token\" request ...", ""},
-    {"token, no query without an expiration", [] { return MakeBare(2); }, "GET",
-     "/api/registry/v2/identities/7/token", kTextHeaders, "", "\"Get identity token\" request ...", ""},
-    {"new record with rights", [] { return Make(AllParams(), 3); }, "POST", "/api/registry/v2/identities",
+    {"records, whatever else is set",
+     [](const portable_stl::string&) { return Make(AllParams(), 1); },
+     "GET",
+     "/api/registry/v2/identities",
+     kJsonHeaders,
+     "",
+     {},
+     "\"Get identity records\" request ..."},
+    {"token, id and expiration as they stand",
+     [](const portable_stl::string&) { return Make(AllParams(), 2); },
+     "GET",
+     "/api/registry/v2/identities/id 7/token?TokenExpiration=3600 s",
+     kTextHeaders,
+     "",
+     {},
+     "\"Get identity token\" request ..."},
+    {"token of an empty id",
+     [](const portable_stl::string& url) {
+         return Make({url, "", "", "", {}}, 2);
+     },
+     "GET",
+     "/api/registry/v2/identities//token",
+     kTextHeaders,
+     "",
+     {},
+     "\"Get identity token\" request ..."},
+    {"new record, escaped, with rights",
+     [](const portable_stl::string&) { return Make(AllParams(), 3); },
+     "POST",
+     "/api/registry/v2/identities",
      kJsonHeaders,
      R"({"name":"My \"name\"","type":"VQM_Access","role":"Regular","identityRights":)"
      R"([{"space":"space\/1","role":"owner"},{"space":"","role":"user"}]})",
-     "\"Create identity record\" request ...",
-     R"({"name":"My \"name\"","type":"VQM_Access","role":"Regular","identityRights":)"
-     R"([{"space":"space\/1","role":"owner"},{"space":"","role":"user"}]})"},
-    {"new record of the usual name, no member for no rights", [] { return MakeBare(3); }, "POST",
-     "/api/registry/v2/identities", kJsonHeaders,
-     R"({"name":"VQM_Identity","type":"VQM_Access","role":"Regular"})",
-     "\"Create identity record\" request ...",
-     R"({"name":"VQM_Identity","type":"VQM_Access","role":"Regular"})"},
+     {{"name", "My \"name\""},
+      {"type", "VQM_Access"},
+      {"role", "Regular"},
+      {"identityRights", R"([{"space":"space/1","role":"owner"},{"space":"","role":"user"}])"}},
+     "\"Create identity record\" request ..."},
 };
 
 TEST(IdentityRequest, EveryByte) {

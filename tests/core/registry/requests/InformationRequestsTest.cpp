@@ -4,19 +4,21 @@
 
 namespace {
 
-TEST(InformationRequests, EveryByte) {
-    test::ExpectRequest({"the user's details, one header",
-                         [] {
-                             return test::RequestPointer(
-                                 portable_stl::make_unique<registry::GetCustomerInfoRequest<test::SystemApi>>(
-                                     registry::GetCustomerInfoParams{test::kBaseUrl}));
-                         },
-                         "GET",
-                         "/api/registry/v2/users",
-                         {{"Cache-Control", "no-cache"}},
-                         "",
-                         "\"Get Customer Information\" request",
-                         ""});
+using test::SystemApi;
+using test::Text;
+
+TEST(InformationRequests, TheLogTextShowsOneHeader) {
+    test::ScriptedPlatform platform;
+    const registry::GetCustomerInfoRequest<SystemApi> request(registry::GetCustomerInfoParams{"https://x"});
+    EXPECT_EQ(Text(request.Describe()),
+              "\tXmlHttp parameters: \n\turl: https://x/api/registry/v2/users\n\theaders:\n"
+              "\t\tCache-Control : no-cache\n\tbody: \n");
+}
+
+TEST(InformationRequests, AnEmptyBaseUrlLeavesThePath) {
+    test::ScriptedPlatform platform;
+    const registry::GetCustomerInfoRequest<SystemApi> request(registry::GetCustomerInfoParams{});
+    EXPECT_EQ(Text(request.GetUrl()), "/api/registry/v2/users");
 }
 
 }  // namespace
