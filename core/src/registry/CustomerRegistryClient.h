@@ -6,11 +6,15 @@ namespace registry {
 
 // The session of a person: password, second factor, social providers, and a choice among contexts.
 //
-//   no token --Authorize--> token --own context, no trusts---------> context 0
-//      |  ^                 |  |---own context refused, one trust--> context 1
-//      |  |                 |  |---several choices-----------------> kTooManyContexts, SelectContext chooses
-//      |  '---any failure---'  '---no context at all---------------> no token, kContextNotFound
+//   no token --Authorize or a social flow--> token --own context, no trusts---------> context 0
+//      |  ^                                  |  |---own context refused, one trust--> context 1
+//      |  |                                  |  |---several choices-----------------> kTooManyContexts,
+//      |  '------a sign-in that fails--------'  |                                     SelectContext chooses
+//      |                                        '---no context at all---------------> no token,
+//      |                                                                              kContextNotFound
 //      '----AuthorizeSecondFactor, after kSecondFactorRequired-----> token
+//
+// A second factor that is refused, a choice that fails and a failed renewal change nothing.
 template <class Api>
 class CustomerRegistryClient final : public RegistryClient<Api> {
 public:

@@ -13,7 +13,6 @@ namespace registry {
 
 namespace customer_detail {
 
-inline constexpr char kAuthorization[] = "Authorization";
 inline constexpr char kOrganization[] = "Organization";
 
 template <class Api>
@@ -53,7 +52,7 @@ ResultCode CustomerRegistryClient<Api>::AcquireContextToken(std::uint32_t mode,
     if (!request)
         return ResultCode::kInsufficientResources;
     // An absent token goes out as an empty value; the service's refusal is the answer to it.
-    request->SetHeader(customer_detail::kAuthorization, BuildBearer(this->token));
+    request->SetHeader(kAuthorizationHeader, BuildBearer(this->token));
     portable_stl::string responseBody;
     if (const auto code = SendDirectlyAndCheck(*this, request, responseBody, errorInfo, context);
         !IsSuccess(code))

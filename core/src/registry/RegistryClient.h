@@ -99,8 +99,8 @@ public:
     /// A fresh token for the identity's secret, and a fresh context token behind it.
     ///
     /// A refused secret changes nothing. A failure of the network keeps the secret for a later try, and
-    /// nothing else. When the context is refused, or an exception ends the call, the session is what it
-    /// was before.
+    /// nothing else; so does an accepted one whose answer has no token. When the context is refused, or an
+    /// exception ends the call, the session is what it was before.
     [[nodiscard]] ResultCode ReauthorizeViaIdentity(const portable_stl::string& secret, std::uint32_t mode,
                                                     const portable_stl::string& trustorId,
                                                     ServiceErrorInfo* errorInfo, void* context);

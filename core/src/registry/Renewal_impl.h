@@ -12,7 +12,6 @@ namespace registry {
 
 namespace renewal_detail {
 
-inline constexpr char kAuthorization[] = "Authorization";
 inline constexpr std::uint32_t kUnauthorized = 401;
 
 // What the session was before a renewal, put back when the scope ends without Keep, by an exception included.
@@ -58,7 +57,7 @@ ResultCode RegistryClient<Api>::SendAuthorized(portable_stl::unique_ptr<Request<
                                                portable_stl::string& responseHeaders, std::uint32_t& httpCode,
                                                ServiceErrorInfo* errorInfo, void* context) {
     if (token.present != 0)
-        request->SetHeader(renewal_detail::kAuthorization, BuildBearer(token));
+        request->SetHeader(kAuthorizationHeader, BuildBearer(token));
     httpCode = 0;
     const auto sent = SendRequest(request, responseBody, responseHeaders, httpCode, context);
     if (!IsSuccess(sent) || httpCode != renewal_detail::kUnauthorized)
@@ -73,7 +72,7 @@ ResultCode RegistryClient<Api>::SendAuthorized(portable_stl::unique_ptr<Request<
         !IsSuccess(code))
         return code;
     // Once only: a second 401 is for the request's own table.
-    request->SetHeader(renewal_detail::kAuthorization, BuildBearer(token));
+    request->SetHeader(kAuthorizationHeader, BuildBearer(token));
     return SendRequest(request, responseBody, responseHeaders, httpCode, context);
 }
 

@@ -61,7 +61,10 @@ protected:
 /// Writes name + ":\n" + text to the trace outlet; nothing when none is installed.
 void LogRequest(const char* name, const portable_stl::string& text);
 
-/// The value of an "Authorization" header; empty for a token that is not present.
+/// The header that carries the bearer token.
+inline constexpr char kAuthorizationHeader[] = "Authorization";
+
+/// The value of that header; empty for a token that is not present.
 [[nodiscard]] portable_stl::string BuildBearer(const quillmarkclient_core::Token& token);
 
 }  // namespace registry

@@ -4,7 +4,7 @@
 
 #include "core/src/json/Json.h"
 #include "core/src/registry/Request.h"
-#include "core/src/registry/requests/RequestRows.h"
+#include "core/src/registry/requests/RequestRow.h"
 
 namespace registry {
 

@@ -45,7 +45,7 @@ ResultCode CatalogueRequest<Api>::CheckResponse(std::uint32_t httpCode,
 
 template <class Api>
 portable_stl::string CatalogueRequest<Api>::Describe() const {
-    if (row_.hiddenBodyLine != kShown)
+    if (row_.hiddenBodyLine != nullptr)
         return DescribeRequest(this->url, this->headers, row_.hiddenBodyLine);
     return Request<Api>::Describe();
 }
@@ -70,7 +70,7 @@ void CatalogueRequest<Api>::Finish(bool isSerialised) {
         return;
     }
     this->body.clear();
-    if (row_.notSerialised != kNoLine)
+    if (row_.notSerialised != nullptr)
         QUILLMARK_TRACE("%s", row_.notSerialised);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/src/registry/requests/ContextRequests.h"
+#include "core/src/registry/requests/RequestRows.h"
 
 namespace registry {
 

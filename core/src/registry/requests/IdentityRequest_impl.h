@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/src/registry/requests/IdentityRequest.h"
+#include "core/src/registry/requests/RequestRows.h"
 
 namespace registry {
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/src/registry/requests/InformationRequests.h"
+#include "core/src/registry/requests/RequestRows.h"
 
 namespace registry {
 

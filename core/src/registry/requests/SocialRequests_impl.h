@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/src/registry/requests/RequestRows.h"
 #include "core/src/registry/requests/SocialRequests.h"
 
 namespace registry {

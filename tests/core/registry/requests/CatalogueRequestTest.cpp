@@ -1,4 +1,5 @@
 #include "core/src/registry/requests/CatalogueRequest.h"
+#include "core/src/registry/requests/RequestRows.h"
 
 #include "tests/core/registry/RegistryFixture.h"
 
