@@ -85,6 +85,34 @@ QUILLMARK_CORE_EXPORT ResultCode FreeMemory(ClientContext* context, void* block,
                                                                const ContextChoice* choice,
                                                                void* platformContext);
 
+/// Signs in with an access token that a social provider gave. Makes the account on the way when there is none
+/// yet. Drops a former sign-in first, as SignIn does. Null arguments are kInvalidParameters, and so are empty
+/// ones, behind the drop. Customers only: other kinds answer kNotImplemented. Up to 13 exchanges, and up to 8
+/// waits of at most 30 s while the service makes the account.
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode SignInWithSocialToken(ClientContext* context,
+                                                                     const char* providerKey,
+                                                                     const char* accessToken,
+                                                                     void* platformContext);
+
+/// Signs in with a code that a social provider's browser page gave; customers and businesses. Drops a former
+/// sign-in first. A null code is kInvalidParameters, and so is an empty one, behind the drop. Up to 12
+/// exchanges, and up to 4 waits of at most 30 s while the service makes the account.
+/// \param operation  0 sign in, 1 sign up: makes the account first, 2 link: as 0, and so is any other number
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode SignInWithSocialCode(ClientContext* context, const char* code,
+                                                                    std::uint32_t operation,
+                                                                    void* platformContext);
+
+/// Takes over an access token that the host has from elsewhere, as it stands; a former sign-in is dropped
+/// first. No exchange, and nothing is stored: such a sign-in lasts as long as the token or the process. Null
+/// is kInvalidParameters.
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode UseAccessToken(ClientContext* context, const char* token,
+                                                              void* platformContext);
+
+/// The keys of the social providers in the service's order, with `separator` between them; an empty text when
+/// there are none. Needs no sign-in. Up to 4 exchanges.
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode GetSocialProviders(ClientContext* context, char** out,
+                                                                  char separator, void* platformContext);
+
 // --- Tokens and identity ---
 
 /// Non-zero while there is a sign-in, a pending choice of a context included. A bad handle is reported and
@@ -97,6 +125,22 @@ QUILLMARK_CORE_EXPORT ResultCode FreeMemory(ClientContext* context, void* block,
 ///            kInsufficientResources; a code of the session, traced only
 [[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode GetAccessToken(ClientContext* context, char** out,
                                                               void* platformContext);
+
+/// The identity's secret, which renews the session: keep it like a password.
+///   returns  as GetAccessToken; kAuthorizationDenied when there is none
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode GetIdentityToken(ClientContext* context, char** out,
+                                                                void* platformContext);
+
+/// Writes the identity's secret into a JSON document of the host, as its top-level member "identityToken",
+/// and leaves the rest of the document's content. The document comes back in compact form, without what is
+/// no JSON, such as comments. A missing or empty file becomes a document of this member alone. The file is
+/// rewritten in place, once the new text is whole: whatever is refused before stays byte for byte, a crash in
+/// between can leave it empty.
+///   returns  0; kInvalidParameters (null handle or path); kRegistryNotInitialized; kAuthorizationDenied (no
+///            identity); kInsufficientResources; kFileRead; kSecretsFormat (no JSON, or its root is no
+///            object); kFileWrite
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode PersistIdentityToken(ClientContext* context, const char* path,
+                                                                    void* platformContext);
 
 /// Renews the access token by the identity and hands it out. Nothing is stored. Up to 2 exchanges.
 ///   returns  as GetAccessToken; kInvalidParameters also when there is no identity

@@ -34,6 +34,12 @@ void PersistTokens(ClientContext& context, void* platformContext) {
     guard.Dismiss();
 }
 
+// A new sign-in never stands beside a former one, and a refused one leaves nobody signed in.
+void DropSignIn(ClientContext& context, void* platformContext) {
+    if (context.core->IsSignedIn())
+        SignOut(&context, platformContext);
+}
+
 bool IsEmpty(const char* text) {
     return text == nullptr || *text == '\0';
 }
@@ -46,8 +52,7 @@ ResultCode SignIn(ClientContext* context, const char* login, const char* passwor
     if (login == nullptr || password == nullptr)
         return Report(ResultCode::kInvalidParameters);
 
-    if (context->core->IsSignedIn())
-        SignOut(context, platformContext);
+    DropSignIn(*context, platformContext);
     const auto code =
         context->registryClient->Authorize(login, password, context->lastServiceError.get(), platformContext);
     if (!IsSuccess(code))
@@ -100,6 +105,66 @@ ResultCode SignInToContext(ClientContext* context, const ContextChoice* choice, 
         return Report(code);
     PersistTokens(*context, platformContext);
     return code;
+}
+
+ResultCode SignInWithSocialToken(ClientContext* context, const char* providerKey, const char* accessToken,
+                                 void* platformContext) {
+    if (!HasSession(context))
+        return Report(ResultCode::kNotInitialized);
+    if (providerKey == nullptr || accessToken == nullptr)
+        return Report(ResultCode::kInvalidParameters);
+
+    DropSignIn(*context, platformContext);
+    const auto code = context->registryClient->AuthorizeSocialToken(
+        providerKey, accessToken, context->lastServiceError.get(), platformContext);
+    if (!IsSuccess(code))
+        return Report(code);
+    PersistTokens(*context, platformContext);
+    return code;
+}
+
+ResultCode SignInWithSocialCode(ClientContext* context, const char* code, std::uint32_t operation,
+                                void* platformContext) {
+    if (!HasSession(context))
+        return Report(ResultCode::kNotInitialized);
+    if (code == nullptr)
+        return Report(ResultCode::kInvalidParameters);
+
+    DropSignIn(*context, platformContext);
+    const auto result = context->registryClient->AuthorizeSocialCode(
+        code, operation, context->lastServiceError.get(), platformContext);
+    if (!IsSuccess(result))
+        return Report(result);
+    PersistTokens(*context, platformContext);
+    return result;
+}
+
+ResultCode UseAccessToken(ClientContext* context, const char* token, void* platformContext) {
+    if (!HasSession(context))
+        return Report(ResultCode::kNotInitialized);
+    if (token == nullptr)
+        return Report(ResultCode::kInvalidParameters);
+
+    DropSignIn(*context, platformContext);
+    context->registryClient->SetAccessToken(token, true, platformContext);
+    return ResultCode::kSuccess;
+}
+
+ResultCode GetSocialProviders(ClientContext* context, char** out, char separator, void* platformContext) {
+    if (!HasSession(context))
+        return Report(ResultCode::kNotInitialized);
+    if (out == nullptr)
+        return Report(ResultCode::kInvalidParameters);
+
+    string text;
+    const auto code = context->registryClient->GetSocialProviders(
+        text, separator, context->lastServiceError.get(), platformContext);
+    if (!IsSuccess(code))
+        return Report(code);
+    if (!text.empty() && text.back() == separator)
+        text.resize(text.size() - 1);
+    *out = PodMaker::MakeString(text);
+    return *out != nullptr ? code : Report(ResultCode::kInsufficientResources);
 }
 
 }  // namespace quillmarkclient

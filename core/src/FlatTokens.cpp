@@ -43,6 +43,20 @@ ResultCode GetAccessToken(ClientContext* context, char** out, void* /*platformCo
     return HandOut(state.accessToken, out);
 }
 
+ResultCode GetIdentityToken(ClientContext* context, char** out, void* /*platformContext*/) {
+    if (const auto code = CheckTokenCall(context, out); !IsSuccess(code))
+        return Report(code);
+
+    registry::AuthState state;
+    if (const auto code = context->registryClient->GetAuthState(state); !IsSuccess(code)) {
+        QUILLMARK_TRACE("Get token data failed: %s", GetErrorText(code));
+        return code;
+    }
+    if (state.identitySecret.empty())
+        return Report(ResultCode::kAuthorizationDenied);
+    return HandOut(state.identitySecret, out);
+}
+
 ResultCode RefreshAccessToken(ClientContext* context, char** out, void* platformContext) {
     if (const auto code = CheckTokenCall(context, out); !IsSuccess(code))
         return Report(code);

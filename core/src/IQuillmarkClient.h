@@ -42,9 +42,8 @@ protected:
 ///   codes     those of the operation of the same name in FlatOperations.h; kInternalError when memory is
 ///             exhausted inside the core or a platform operation throws. Nothing is thrown
 ///
-/// GetSocialProviders, SignInWithSocialToken, SignInWithSocialCode, SendOnlineBackupReport, SendOnlineReport
-/// and SendBackupMetadata have nothing behind them in this version: they answer kNotInitialized and do
-/// nothing.
+/// SendOnlineBackupReport, SendOnlineReport and SendBackupMetadata have nothing behind them in this version:
+/// they answer kNotInitialized and do nothing.
 class IQuillmarkClient : public IQuillmarkClientBase {
 public:
     /// The detail of the service's last refusal; `*out` is null when the service has refused nothing yet.
@@ -59,7 +58,8 @@ public:
     virtual ResultCode SignInToContext(const ContextChoice* choice) noexcept = 0;
     /// A list of pointers ended by a null pointer, one block with all that it points to.
     virtual ResultCode GetCustomerContexts(CustomerContext*** out) noexcept = 0;
-    /// A list of texts one behind the other, ended by an empty one.
+    /// The keys of the social providers: a list of texts one behind the other, ended by an empty one; two zero
+    /// bytes when there are none. With a null `out` the service is asked all the same.
     virtual ResultCode GetSocialProviders(char** out) noexcept = 0;
     /// Signs in with a token of a social provider.
     virtual ResultCode SignInWithSocialToken(const char* providerKey, const char* accessToken) noexcept = 0;

@@ -22,6 +22,9 @@ struct PrivateData {
     ClientContext* context = nullptr;  // owned
 };
 
+/// What both faces have the social providers' keys separated by.
+inline constexpr char kProviderSeparator = ';';
+
 // Gives a block back to the core that made it, at the latest when it goes out of scope. For use under the
 // lock.
 class MadeBlock {

@@ -63,6 +63,19 @@ ServiceErrorValue ToValue(const ServiceErrorRecord& record) {
     return value;
 }
 
+// The pieces between the separators; empty ones are left out.
+std::vector<std::string> ToProviders(const std::string& text) {
+    std::vector<std::string> providers;
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t found = text.find(kProviderSeparator, start);
+        const std::size_t end = found == std::string::npos ? text.size() : found;
+        if (end != start)
+            providers.push_back(text.substr(start, end - start));
+        start = end + 1;
+    }
+    return providers;
+}
+
 // A flat operation that hands out one text, put into a standard string.
 ResultCode TakeText(const std::shared_ptr<PrivateData>& data,
                     ResultCode (*operation)(ClientContext*, char**, void*), std::string& out) noexcept {
@@ -160,6 +173,41 @@ ResultCode QuillmarkClient::SignInToContext(std::uint32_t kind, const std::strin
     });
 }
 
+ResultCode QuillmarkClient::SignInWithSocialToken(const std::string& providerKey,
+                                                  const std::string& accessToken) noexcept {
+    return RunLocked(data_, [&](ClientContext* context) {
+        return quillmarkclient::SignInWithSocialToken(context, providerKey.c_str(), accessToken.c_str(),
+                                                      nullptr);
+    });
+}
+
+ResultCode QuillmarkClient::SignInWithSocialCode(const std::string& code, std::uint32_t operation) noexcept {
+    return RunLocked(data_, [&](ClientContext* context) {
+        return quillmarkclient::SignInWithSocialCode(context, code.c_str(), operation, nullptr);
+    });
+}
+
+ResultCode QuillmarkClient::UseAccessToken(const std::string& token) noexcept {
+    return RunLocked(data_, [&](ClientContext* context) {
+        return quillmarkclient::UseAccessToken(context, token.c_str(), nullptr);
+    });
+}
+
+ResultCode QuillmarkClient::GetSocialProviders(std::vector<std::string>& providers) noexcept {
+    return RunLocked(data_, [&](ClientContext* context) {
+        char* text = nullptr;
+        const auto code = quillmarkclient::GetSocialProviders(context, &text, kProviderSeparator, nullptr);
+        if (!IsSuccess(code))
+            return code;
+        const MadeBlock block(context, text);
+        if (text == nullptr)
+            return ResultCode::kInvalidParameters;
+        providers.clear();  // also when splitting finds no memory
+        providers = ToProviders(text);
+        return code;
+    });
+}
+
 void QuillmarkClient::SignOut() noexcept {
     // There is no result to give a failure in, and the outlets were told of it.
     static_cast<void>(RunLocked(data_, [](ClientContext* context) {
@@ -198,6 +246,12 @@ ResultCode QuillmarkClient::GetAccessToken(std::string& token) noexcept {
 
 ResultCode QuillmarkClient::RefreshAccessToken(std::string& token) noexcept {
     return TakeText(data_, &quillmarkclient::RefreshAccessToken, token);
+}
+
+ResultCode QuillmarkClient::PersistIdentityToken(const std::string& path) noexcept {
+    return RunLocked(data_, [&](ClientContext* context) {
+        return quillmarkclient::PersistIdentityToken(context, path.c_str(), nullptr);
+    });
 }
 
 ResultCode QuillmarkClient::GetBasicEndpoint(std::string& endpoint) noexcept {

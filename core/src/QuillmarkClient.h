@@ -47,6 +47,13 @@ struct CustomerDataValue {
     std::string id;
 };
 
+/// The newest build that the update feed tells.
+struct ProductUpdateInfoValue {
+    std::string version;
+    std::string description;
+    std::string url;
+};
+
 /// The detail of the service's last refusal; resultCode 0 when there was none.
 struct ServiceErrorValue {
     std::uint32_t resultCode = 0;
@@ -122,6 +129,25 @@ public:
     /// \param kind  0 own context, 1 organisation
     [[nodiscard]] ResultCode SignInToContext(std::uint32_t kind, const std::string& contextId) noexcept;
 
+    /// Signs in with an access token that a social provider gave; makes the account on the way when there is
+    /// none yet. Up to 13 exchanges, and up to 8 waits of at most 30 s while the service makes the account.
+    ///   returns  as SignIn; kNotImplemented for businesses and administrators
+    [[nodiscard]] ResultCode SignInWithSocialToken(const std::string& providerKey,
+                                                   const std::string& accessToken) noexcept;
+
+    /// Signs in with a code that a social provider's browser page gave. Up to 12 exchanges, and up to 4 waits
+    /// of at most 30 s while the service makes the account.
+    ///   returns  as SignIn; kNotImplemented for administrators
+    /// \param operation  0 sign in, 1 sign up, 2 link; any other number acts as 0
+    [[nodiscard]] ResultCode SignInWithSocialCode(const std::string& code, std::uint32_t operation) noexcept;
+
+    /// Takes over an access token from elsewhere; a former sign-in is dropped first. No exchange, and nothing
+    /// is stored.
+    [[nodiscard]] ResultCode UseAccessToken(const std::string& token) noexcept;
+
+    /// The keys of the social providers in the service's order. Needs no sign-in. Up to 4 exchanges.
+    [[nodiscard]] ResultCode GetSocialProviders(std::vector<std::string>& providers) noexcept;
+
     /// Forgets the sign-in and its stored identity. No exchange: nothing is revoked at the service.
     void SignOut() noexcept;
 
@@ -136,6 +162,10 @@ public:
 
     /// Renews the access token by the stored identity; kInvalidParameters without one. Up to 2 exchanges.
     [[nodiscard]] ResultCode RefreshAccessToken(std::string& token) noexcept;
+
+    /// Writes the identity's secret into the host's JSON document at `path`, as its member "identityToken". A
+    /// document that is refused stays byte for byte. FlatOperations.h tells all codes.
+    [[nodiscard]] ResultCode PersistIdentityToken(const std::string& path) noexcept;
 
     /// The service's base URL as it was given to Init.
     [[nodiscard]] ResultCode GetBasicEndpoint(std::string& endpoint) noexcept;

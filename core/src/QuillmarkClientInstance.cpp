@@ -1,8 +1,29 @@
 #include "core/src/QuillmarkClientInstance.h"
 
+#include <cstring>
 #include <utility>
 
+#include "core/src/system/SystemApi.h"
+
 namespace quillmarkclient {
+
+namespace {
+
+using quillmarkclient_core::SystemApi;
+
+// The texts of `text` one behind the other and an empty one as the end: null without memory.
+char* NewTextList(const char* text) {
+    const std::size_t size = std::strlen(text) + 2;
+    auto* list = static_cast<char*>(SystemApi::Alloc(size));
+    if (list == nullptr)
+        return nullptr;
+    for (std::size_t i = 0; i < size - 2; ++i)
+        list[i] = text[i] == kProviderSeparator ? '\0' : text[i];
+    list[size - 2] = list[size - 1] = '\0';
+    return list;
+}
+
+}  // namespace
 
 QuillmarkClientInstance::QuillmarkClientInstance(std::shared_ptr<PrivateData> core) noexcept
     : data_(std::move(core)) {}
@@ -65,21 +86,34 @@ ResultCode QuillmarkClientInstance::GetCustomerContexts(CustomerContext*** out) 
     });
 }
 
-// The six below have no flat operation behind them yet, and so answer as an object without a core does.
-
-ResultCode QuillmarkClientInstance::GetSocialProviders(char** /*out*/) noexcept {
-    return ResultCode::kNotInitialized;
+ResultCode QuillmarkClientInstance::GetSocialProviders(char** out) noexcept {
+    return RunLocked(data_, [&](ClientContext* context) {
+        char* text = nullptr;
+        const auto code = quillmarkclient::GetSocialProviders(context, &text, kProviderSeparator, nullptr);
+        if (!IsSuccess(code))
+            return code;
+        const MadeBlock block(context, text);
+        if (out == nullptr)
+            return code;
+        *out = NewTextList(text);
+        return *out != nullptr ? code : ResultCode::kInsufficientResources;
+    });
 }
 
-ResultCode QuillmarkClientInstance::SignInWithSocialToken(const char* /*providerKey*/,
-                                                          const char* /*accessToken*/) noexcept {
-    return ResultCode::kNotInitialized;
+ResultCode QuillmarkClientInstance::SignInWithSocialToken(const char* providerKey,
+                                                          const char* accessToken) noexcept {
+    return RunLocked(data_, [&](ClientContext* context) {
+        return quillmarkclient::SignInWithSocialToken(context, providerKey, accessToken, nullptr);
+    });
 }
 
-ResultCode QuillmarkClientInstance::SignInWithSocialCode(const char* /*code*/,
-                                                         std::uint32_t /*operation*/) noexcept {
-    return ResultCode::kNotInitialized;
+ResultCode QuillmarkClientInstance::SignInWithSocialCode(const char* code, std::uint32_t operation) noexcept {
+    return RunLocked(data_, [&](ClientContext* context) {
+        return quillmarkclient::SignInWithSocialCode(context, code, operation, nullptr);
+    });
 }
+
+// The three below have no flat operation behind them yet, and so answer as an object without a core does.
 
 ResultCode QuillmarkClientInstance::SendOnlineBackupReport(
     const OnlineBackupReportRecord* /*report*/) noexcept {

@@ -1,13 +1,10 @@
-// What the flat operations do when the memory ends, when the platform fails or lacks an operation, and what
-// of a caller's they hand to the platform.
+// What the flat operations do when the memory ends and when the platform fails or lacks an operation.
 #include <gtest/gtest.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <set>
+#include <map>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "core/src/core/Cryptographer.h"
@@ -15,6 +12,7 @@
 #include "tests/support/AllocationFailure.h"
 #include "tests/support/FlatFixture.h"
 #include "tests/support/HookedTable.h"
+#include "tests/support/MissingEntryCodes.h"
 
 namespace {
 
@@ -33,6 +31,7 @@ struct Call {
     const char* name;
     ResultCode (*run)(ClientContext*);
     bool signedIn;  // whether the call starts from a sign-in
+    const char* operation = name;
 };
 
 template <class Out>
@@ -46,8 +45,8 @@ ResultCode TakeAndFree(ClientContext* context, ResultCode (*operation)(ClientCon
 
 constexpr Call kCalls[] = {
     {"SignIn", [](ClientContext* c) { return quillmarkclient::SignIn(c, "anna", "pw", nullptr); }, false},
-    {"SignIn again", [](ClientContext* c) { return quillmarkclient::SignIn(c, "anna", "pw", nullptr); },
-     true},
+    {"SignIn again", [](ClientContext* c) { return quillmarkclient::SignIn(c, "anna", "pw", nullptr); }, true,
+     "SignIn"},
     {"ConfirmSecondFactor",
      [](ClientContext* c) { return quillmarkclient::ConfirmSecondFactor(c, "challenge-1", "1", nullptr); },
      false},
@@ -59,6 +58,29 @@ constexpr Call kCalls[] = {
          return quillmarkclient::SignInToContext(c, &choice, nullptr);
      },
      true},
+    {"SignInWithSocialToken",
+     [](ClientContext* c) { return quillmarkclient::SignInWithSocialToken(c, "acme", "st-1", nullptr); },
+     true},
+    {"SignInWithSocialCode",
+     [](ClientContext* c) { return quillmarkclient::SignInWithSocialCode(c, "c-1", 1, nullptr); }, false},
+    {"UseAccessToken",
+     [](ClientContext* c) {
+         return quillmarkclient::UseAccessToken(c, "a.token.that-does-not-fit-the-short-form", nullptr);
+     },
+     true},
+    {"GetSocialProviders",
+     [](ClientContext* c) {
+         char* out = nullptr;
+         const auto code = quillmarkclient::GetSocialProviders(c, &out, ';', nullptr);
+         if (IsSuccess(code))
+             quillmarkclient::FreeMemory(c, out, nullptr);
+         return code;
+     },
+     false},
+    {"GetIdentityToken", [](ClientContext* c) { return TakeAndFree(c, &quillmarkclient::GetIdentityToken); },
+     true},
+    {"PersistIdentityToken",
+     [](ClientContext* c) { return quillmarkclient::PersistIdentityToken(c, "host.json", nullptr); }, true},
     {"IsSignedIn",
      [](ClientContext* c) {
          return quillmarkclient::IsSignedIn(c, nullptr) != 0 ? ResultCode::kSuccess
@@ -104,6 +126,7 @@ protected:
     // A client as the call wants it, the same each time, with a refusal to be asked for.
     void Prepare(const Call& call) {
         platform.files = call.signedIn ? storedFiles_ : std::map<std::string, std::string>();
+        platform.files["host.json"] = R"({"a":[1,"a text that does not fit the short form"]})";
         Start();
         context->lastServiceError->resultCode = 1;
         context->lastServiceError->errorArgs.push_back({"name", "value"}).value();
@@ -185,6 +208,14 @@ TEST_F(FlatFailures, EachAllocationOfEachCallFailsInTurn) {
     EXPECT_GT(failures, 300u) << "the calls allocate less than they used to, or nothing fails";
 }
 
+// What `call` returns without its nth block. The identifiers' block is asked for ahead of the text that is handed
+// out; a key for a request is made without them as well.
+ResultCode CodeWithoutBlock(const std::string& call, std::size_t nth) {
+    if (call == "GetDeviceId" && nth == 1)
+        return ResultCode::kMachineId;
+    return call == "SignInWithSocialCode" ? ResultCode::kSuccess : ResultCode::kInsufficientResources;
+}
+
 TEST_F(FlatFailures, EachBlockOfTheTableFailsInTurn) {
     for (const Call& call : kCalls) {
         SCOPED_TRACE(call.name);
@@ -198,10 +229,7 @@ TEST_F(FlatFailures, EachBlockOfTheTableFailsInTurn) {
                 EXPECT_EQ(code, ResultCode::kSuccess);
                 break;
             }
-            // The identifiers' block is asked for ahead of the text that is handed out.
-            const bool isOfIdentifiers = std::string(call.name) == "GetDeviceId" && nth == 1;
-            EXPECT_EQ(code, isOfIdentifiers ? ResultCode::kMachineId : ResultCode::kInsufficientResources)
-                << nth;
+            EXPECT_EQ(code, CodeWithoutBlock(call.name, nth)) << nth;
             ExpectUsable();
         }
     }
@@ -215,6 +243,9 @@ const struct {
     {"SignIn", {0x80000006u, 0x80000006u, 0x8200000Cu, 0, 0, 0}},
     {"SignIn again", {0x80000006u, 0x80000006u, 0x8200000Cu, 0, 0, 0}},
     {"ConfirmSecondFactor", {0x80000006u, 0x80000006u, 0x8200000Cu, 0, 0, 0}},
+    {"SignInWithSocialToken", {0x80000006u, 0x80000006u, 0x8200000Cu, 0, 0, 0}},
+    {"SignInWithSocialCode", {0x80000006u, 0x80000006u, 0x80000006u, 0x8200000Cu, 0, 0, 0}},
+    {"GetSocialProviders", {0x80000006u}},
     {"GetCustomerContexts", {0x80000006u}},
     {"SignInToContext", {0x80000006u, 0, 0, 0}},
     {"RefreshAccessToken", {0x80000006u, 0x80000006u}},
@@ -229,11 +260,15 @@ std::vector<std::uint32_t> CodesOfFailedExchanges(const std::string& call) {
     return {};
 }
 
-// What `call` returns with the nth `operation` failing: files, their cipher and the machine's identifiers, where
-// not asked for, fail no call.
+// What `call` returns with the nth `operation` failing: the library's own files, their cipher and the machine's
+// identifiers, where not asked for, fail no call.
 std::uint32_t CodeOfFailure(const std::string& call, Operation operation, std::size_t nth) {
     if (operation == Operation::HttpRequest)
         return CodesOfFailedExchanges(call).at(nth - 1);
+    if (call == "PersistIdentityToken") {
+        const bool isWrite = operation == Operation::FileSetSize || operation == Operation::FileWrite;
+        return isWrite ? 0x81000003u : operation == Operation::FileRead ? 0x81000002u : 0u;
+    }
     return operation == Operation::GetMachineIds && call == "GetDeviceId" ? 0x81000005u : 0;
 }
 
@@ -275,94 +310,40 @@ TEST_F(FlatFailures, EachPlatformCallFailsInTurn) {
     }
 }
 
-TEST_F(FlatFailures, ATableWithAnEntryMissingNeverCrashes) {
-    const PlatformTable whole = init.table;
-    blocksMayBeLost = true;  // without Free and HttpFree
-    for (std::size_t entry = 0; entry < sizeof whole / sizeof(void*); ++entry) {
-        SCOPED_TRACE(entry);
-        const long blocks = platform.BlocksOut();
-        init.table = whole;
-        std::memset(reinterpret_cast<char*>(&init.table) + entry * sizeof(void*), 0, sizeof(void*));
-        if (!IsSuccess(quillmarkclient::Initialize(&init, &context, nullptr))) {
-            EXPECT_EQ(entry, static_cast<std::size_t>(Operation::Alloc));
-            EXPECT_EQ(context, nullptr);
-            continue;
-        }
-        std::set<ResultCode> codes;
-        for (const Call& call : kCalls)
-            codes.insert(call.run(context));
-        for (const ResultCode code : codes)
-            EXPECT_STRNE(GetErrorText(code), "Unknown error code");
-        SystemApi::SetTable(whole);
-        Stop();
-        const auto operation = static_cast<Operation>(entry);
-        if (operation != Operation::Free && operation != Operation::HttpFree) {
-            EXPECT_EQ(platform.BlocksOut(), blocks);
+TEST_F(FlatFailures, EachEntryMissingHasItsCodeInEachCall) {
+    blocksMayBeLost = true;  // where what takes them back is missing
+    for (std::size_t number = 0; number < static_cast<std::size_t>(Operation::Count); ++number) {
+        const auto entry = static_cast<Operation>(number);
+        for (const Call& call : kCalls) {
+            SCOPED_TRACE(std::string(call.name) + ", entry " + std::to_string(number));
+            Prepare(call);
+            const long blocks = platform.BlocksOut();
+            SystemApi::SetTable(test::WithoutEntry(init.table, entry));
+            const auto code = call.run(context);
+            SystemApi::SetTable(init.table);
+            EXPECT_EQ(static_cast<std::uint32_t>(code), test::CodeWithoutEntry(call.operation, entry));
+            if (!test::LosesBlocks(entry)) {
+                EXPECT_EQ(platform.BlocksOut(), blocks);
+            }
+            ExpectUsable();
         }
     }
-    init.table = whole;
 }
 
-// Which contexts the entries were called with.
-std::set<void*> seenContexts;
-
-template <auto Entry>
-struct Spy;
-template <class Result, class... Arguments, Result (*PlatformTable::*Entry)(Arguments...)>
-struct Spy<Entry> {
-    static inline Result (*original)(Arguments...) = nullptr;
-    static inline bool called = false;
-
-    static Result Call(Arguments... arguments) {
-        called = true;
-        seenContexts.insert(std::get<sizeof...(Arguments) - 1>(std::tie(arguments...)));
-        return original(arguments...);
+TEST_F(FlatFailures, AStartWithAnEntryMissingNeedsBlocksAlone) {
+    const PlatformTable whole = init.table;
+    blocksMayBeLost = true;
+    for (std::size_t number = 0; number < static_cast<std::size_t>(Operation::Count); ++number) {
+        SCOPED_TRACE(number);
+        const auto entry = static_cast<Operation>(number);
+        init.table = test::WithoutEntry(whole, entry);
+        const bool isStarted = entry != Operation::Alloc;
+        EXPECT_EQ(quillmarkclient::Initialize(&init, &context, nullptr),
+                  isStarted ? ResultCode::kSuccess : ResultCode::kInsufficientResources);
+        EXPECT_EQ(context != nullptr, isStarted);
+        SystemApi::SetTable(whole);
+        Stop();
     }
-    static void Install(PlatformTable& table) {
-        original = table.*Entry;
-        table.*Entry = &Call;
-    }
-};
-
-TEST_F(FlatFailures, TheCallersContextReachesThePlatform) {
-    using T = PlatformTable;
-    Spy<&T::FileRead>::Install(init.table);
-    Spy<&T::FileWrite>::Install(init.table);
-    Spy<&T::FileGetSize>::Install(init.table);
-    Spy<&T::FileSetSize>::Install(init.table);
-    Spy<&T::FileDelete>::Install(init.table);
-    Spy<&T::GetMachineIds>::Install(init.table);
-    Spy<&T::HttpRequest>::Install(init.table);
-    Spy<&T::HttpFree>::Install(init.table);
-    Spy<&T::Encrypt>::Install(init.table);
-    Spy<&T::Decrypt>::Install(init.table);
-    seenContexts.clear();
-
-    int mark = 0;
-    ASSERT_EQ(quillmarkclient::Initialize(&init, &context, &mark), ResultCode::kSuccess);
-    EXPECT_EQ(quillmarkclient::SignIn(context, "anna", "pw", &mark), ResultCode::kSuccess);
-    char* text = nullptr;
-    EXPECT_EQ(quillmarkclient::RefreshAccessToken(context, &text, &mark), ResultCode::kSuccess);
-    quillmarkclient::FreeMemory(context, text, &mark);
-    EXPECT_EQ(quillmarkclient::GetDeviceId(context, &text, &mark), ResultCode::kSuccess);
-    quillmarkclient::FreeMemory(context, text, &mark);
-    quillmarkclient::CustomerData* data = nullptr;
-    EXPECT_EQ(quillmarkclient::GetCustomerData(context, &data, &mark), ResultCode::kSuccess);
-    quillmarkclient::FreeMemory(context, data, &mark);
-    quillmarkclient::SignOut(context, &mark);
-
-    EXPECT_EQ(seenContexts, std::set<void*>{&mark});
-    EXPECT_TRUE(Spy<&T::FileRead>::called);
-    EXPECT_TRUE(Spy<&T::FileWrite>::called);
-    EXPECT_TRUE(Spy<&T::FileGetSize>::called);
-    EXPECT_TRUE(Spy<&T::FileSetSize>::called);
-    EXPECT_TRUE(Spy<&T::FileDelete>::called);
-    EXPECT_TRUE(Spy<&T::GetMachineIds>::called);
-    EXPECT_TRUE(Spy<&T::HttpRequest>::called);
-    EXPECT_TRUE(Spy<&T::HttpFree>::called);
-    EXPECT_TRUE(Spy<&T::Encrypt>::called);
-    EXPECT_TRUE(Spy<&T::Decrypt>::called);
-    platform.Install();
 }
 
 }  // namespace

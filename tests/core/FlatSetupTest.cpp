@@ -264,21 +264,24 @@ TEST_F(FlatSetup, RestoreWithoutReadableFilesStarts) {
     static const struct {
         const char* name;
         Operation operation;
-        std::uint32_t contextCall;  // the call that reads "LIC"; the next one reads "LIC0"
+        std::uint32_t nth;
+        bool signedIn;
+        const char* token;
     } rows[] = {
-        {"size, asked for the key store first", Operation::FileGetSize, 2},
-        {"content", Operation::FileRead, 1},
-        {"cipher", Operation::Decrypt, 1},
+        {"the keys' size", Operation::FileGetSize, 1, true, "own-token"},
+        {"the context token's size", Operation::FileGetSize, 2, true, "own-token"},
+        {"the identity's size", Operation::FileGetSize, 3, false, "old"},
+        {"the context token", Operation::FileRead, 1, true, "own-token"},
+        {"the identity", Operation::FileRead, 2, false, "old"},
+        {"the context token's cipher", Operation::Decrypt, 1, true, "own-token"},
+        {"the identity's cipher", Operation::Decrypt, 2, false, "old"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        platform.FailCall(row.operation, 0x81000002u, row.contextCall);
+        platform.FailCall(row.operation, 0x81000002u, row.nth);
         Start();
-        EXPECT_TRUE(IsSignedIn()) << "the identity behind the failed context token";
-        platform.FailCall(row.operation, 0x81000002u, row.contextCall + 1);
-        Start();
-        EXPECT_FALSE(IsSignedIn());
-        EXPECT_EQ(AccessToken(), "old");
+        EXPECT_EQ(IsSignedIn(), row.signedIn);
+        EXPECT_EQ(AccessToken(), row.token);
     }
 }
 

@@ -19,15 +19,6 @@ CustomerContext** const kUnset = reinterpret_cast<CustomerContext**>(0x5a);  // 
 class FlatSignIn : public test::FlatFixture {
 protected:
     ResultCode SignIn() { return quillmarkclient::SignIn(context, "anna", "pw", nullptr); }
-
-    // Takes away one object of the context, runs `use`, and puts the object back.
-    template <class Object, class Use>
-    void Without(Object ClientContext::*object, Use use) {
-        Object taken = std::move(context->*object);
-        context->*object = Object();
-        use();
-        context->*object = std::move(taken);
-    }
 };
 
 TEST_F(FlatSignIn, HandleIsCheckedFirst) {
@@ -46,16 +37,12 @@ TEST_F(FlatSignIn, HandleIsCheckedFirst) {
     Start();
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        const auto expectRefused = [&](ClientContext* handle) {
+        WithEachBadHandle([&](ClientContext* handle) {
             Forget();
             EXPECT_EQ(row.call(handle), ResultCode::kNotInitialized);
             EXPECT_EQ(platform.errors.size(), 1u);
             ExpectReported(ResultCode::kNotInitialized);
-        };
-        expectRefused(nullptr);
-        Without(&ClientContext::registryClient, [&] { expectRefused(context); });
-        Without(&ClientContext::lastServiceError, [&] { expectRefused(context); });
-        Without(&ClientContext::core, [&] { expectRefused(context); });
+        });
     }
     EXPECT_TRUE(platform.requests.empty());
 }
@@ -403,10 +390,7 @@ TEST_F(FlatSignIn, LogOrderOfOneSignIn) {
     service.Answer(test::kIdentitySecret, 500, "");
     Start();
     EXPECT_EQ(SignIn(), ResultCode::kSuccess);
-    Strings heads;
-    for (const std::string& line : platform.logOrder)
-        heads.push_back(line.substr(0, line.find('\n')));
-    EXPECT_EQ(heads,
+    EXPECT_EQ(LogHeads(),
               (Strings{"T Session Request:", "T TrusteeTrusts token Request:",
                        "T CustomerContext token Request:", "T \"Get identity records\" request ...:",
                        "T \"Create identity record\" request ...:", "T \"Get identity token\" request ...:",

@@ -35,6 +35,7 @@ constexpr struct {
 } kTokenCalls[] = {
     {"GetAccessToken", &quillmarkclient::GetAccessToken},
     {"RefreshAccessToken", &quillmarkclient::RefreshAccessToken},
+    {"GetIdentityToken", &quillmarkclient::GetIdentityToken},
 };
 
 TEST_F(FlatTokens, ChecksOfTheTokenCalls) {
@@ -52,7 +53,7 @@ TEST_F(FlatTokens, ChecksOfTheTokenCalls) {
         ExpectReported(ResultCode::kRegistryNotInitialized);
         EXPECT_EQ(out, kUnset);
     }
-    EXPECT_EQ(platform.errors.size(), 6u);
+    EXPECT_EQ(platform.errors.size(), 9u);
     context->registryClient = std::move(session);
 }
 
@@ -64,6 +65,102 @@ TEST_F(FlatTokens, AccessTokenIsGivenWhateverItsState) {
     quillmarkclient::SignOut(context, nullptr);
     EXPECT_EQ(AccessToken(), "own-token") << "after the sign-out";
     EXPECT_TRUE(platform.errors.empty());
+}
+
+TEST_F(FlatTokens, IdentityTokenIsTheSecretWhileThereIsOne) {
+    static const struct {
+        const char* name;
+        ResultCode (*prepare)(ClientContext*);
+        const char* secret;  // "(none)": kAuthorizationDenied
+    } rows[] = {
+        {"before any sign-in", [](ClientContext*) { return ResultCode::kSuccess; }, "(none)"},
+        {"after a sign-in",
+         [](ClientContext* c) { return quillmarkclient::SignIn(c, "anna", "pw", nullptr); },
+         "identity-secret"},
+        {"after a social sign-in",
+         [](ClientContext* c) { return quillmarkclient::SignInWithSocialCode(c, "c-1", 0, nullptr); },
+         "identity-secret"},
+        {"after a renewal",
+         [](ClientContext* c) {
+             return c->registryClient->ReauthorizeViaIdentity("other-secret", 0, "", nullptr, nullptr);
+         },
+         "other-secret"},
+        {"after the sign-out",
+         [](ClientContext* c) {
+             const auto code = quillmarkclient::SignIn(c, "anna", "pw", nullptr);
+             quillmarkclient::SignOut(c, nullptr);
+             return code;
+         },
+         "(none)"},
+        {"with a token of the host's",
+         [](ClientContext* c) { return quillmarkclient::UseAccessToken(c, "t", nullptr); }, "(none)"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        platform.files.clear();
+        Start();
+        ASSERT_EQ(row.prepare(context), ResultCode::kSuccess);
+        Forget();
+        char* out = kUnset;
+        const bool hasSecret = std::string(row.secret) != "(none)";
+        EXPECT_EQ(quillmarkclient::GetIdentityToken(context, &out, nullptr),
+                  hasSecret ? ResultCode::kSuccess : ResultCode::kAuthorizationDenied);
+        if (hasSecret) {
+            EXPECT_STREQ(out, row.secret);
+            quillmarkclient::FreeMemory(context, out, nullptr);
+            EXPECT_TRUE(platform.errors.empty());
+        } else {
+            EXPECT_EQ(out, kUnset);
+            EXPECT_EQ(platform.errors.size(), 1u);
+            ExpectReported(ResultCode::kAuthorizationDenied);
+        }
+        EXPECT_TRUE(platform.requests.empty());
+        EXPECT_TRUE(platform.traceLines.empty()) << "a secret goes to no log";
+    }
+}
+
+TEST_F(FlatTokens, IdentityTokenOfEachKind) {
+    static const struct {
+        const char* name;
+        std::uint32_t kind;
+        const char* secret;
+    } rows[] = {
+        {"customer", 0, "identity-secret"},
+        {"business", 1, "identity-secret"},
+        {"an administrator has none", 2, "(none)"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        platform.files.clear();
+        init.clientKind = row.kind;
+        Start();
+        ASSERT_EQ(SignIn(), ResultCode::kSuccess);
+        EXPECT_EQ(Text(&quillmarkclient::GetIdentityToken), row.secret);
+        context->registryClient->identitySecret = "put-there";
+        EXPECT_EQ(Text(&quillmarkclient::GetIdentityToken), row.kind == 2 ? "(none)" : "put-there");
+    }
+}
+
+TEST_F(FlatTokens, TokensComeOutWhateverTheirBytes) {
+    static const struct {
+        const char* name;
+        std::string text;
+    } rows[] = {
+        {"one byte", "s"},
+        {"the longest short form", std::string(22, 's')},
+        {"one more", std::string(23, 's')},
+        {"a megabyte", std::string(1 << 20, 's')},
+        {"no UTF-8", "\xff\xfe\x80"},
+        {"quotes, slashes and controls", "a\"b\\c/d\n\t\x01"},
+    };
+    StartSignedIn();
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        context->registryClient->identitySecret = row.text.c_str();
+        context->registryClient->token.text = row.text.c_str();
+        EXPECT_EQ(Text(&quillmarkclient::GetIdentityToken), row.text);
+        EXPECT_EQ(AccessToken(), row.text);
+    }
 }
 
 TEST_F(FlatTokens, TokenWithoutMemoryIsNullAndReported) {
@@ -94,6 +191,8 @@ TEST_F(FlatTokens, SoftFailuresAreTracedNotReported) {
          "Identity request failed: Internal program error"},
         {"refresh, second state", &quillmarkclient::RefreshAccessToken, 2,
          "Access token request failed: Internal program error"},
+        {"identity token", &quillmarkclient::GetIdentityToken, 1,
+         "Get token data failed: Internal program error"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);

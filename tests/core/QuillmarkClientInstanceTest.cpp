@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 #include "tests/support/NativeFixture.h"
 #include "tests/support/VirtualSlot.h"
@@ -141,17 +144,43 @@ TEST_F(QuillmarkClientInstanceTest, NullArgumentsAreCodes) {
 TEST_F(QuillmarkClientInstanceTest, SlotsWithNothingBehindAnswerAsUninitialised) {
     InitAndSignIn();
     Create();
-    char* providers = reinterpret_cast<char*>(0x5a);  // never followed
-    EXPECT_EQ(face->GetSocialProviders(&providers), ResultCode::kNotInitialized);
-    EXPECT_EQ(providers, reinterpret_cast<char*>(0x5a));
-    EXPECT_EQ(face->GetSocialProviders(nullptr), ResultCode::kNotInitialized);
-    EXPECT_EQ(face->SignInWithSocialToken("key", "token"), ResultCode::kNotInitialized);
-    EXPECT_EQ(face->SignInWithSocialCode("code", 0), ResultCode::kNotInitialized);
     EXPECT_EQ(face->SendOnlineBackupReport(nullptr), ResultCode::kNotInitialized);
     EXPECT_EQ(face->SendOnlineReport(nullptr), ResultCode::kNotInitialized);
     EXPECT_EQ(face->SendBackupMetadata(nullptr), ResultCode::kNotInitialized);
     EXPECT_TRUE(face->IsSignedIn());
     EXPECT_TRUE(platform.requests.empty());
+    EXPECT_TRUE(platform.logOrder.empty());
+}
+
+TEST_F(QuillmarkClientInstanceTest, SignsInByASocialProvider) {
+    using test::kIdentities, test::kIdentitySecret, test::kNewIdentity, test::kOwnContextToken, test::kTrusts;
+    const struct {
+        const char* name;
+        std::function<ResultCode()> run;
+        std::vector<std::string> lines;  // up to the end that all share
+    } rows[] = {
+        {"token", [&] { return face->SignInWithSocialToken("acme", "st-1"); }, {test::kSocialToken}},
+        {"code", [&] { return face->SignInWithSocialCode("c-1", 0); }, {test::kSocialCode}},
+        {"code with a sign-up",
+         [&] { return face->SignInWithSocialCode("c-1", 1); },
+         {test::kFinalizeByCode, test::kSocialCode}},
+        {"code to be linked", [&] { return face->SignInWithSocialCode("c-1", 2); }, {test::kSocialCode}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        InitAndSignIn();
+        if (face != nullptr)
+            face->Release();
+        Create();
+        platform.requests.clear();
+        EXPECT_EQ(row.run(), ResultCode::kSuccess);
+        auto expected = row.lines;
+        for (const char* line : {kTrusts, kOwnContextToken, kIdentities, kNewIdentity, kIdentitySecret})
+            expected.emplace_back(line);
+        EXPECT_EQ(platform.RequestLines(test::kServiceUrl), expected);
+        EXPECT_TRUE(client->IsSignedIn());
+        EXPECT_EQ(platform.files.count("store/LIC0"), 1u);
+    }
 }
 
 TEST_F(QuillmarkClientInstanceTest, WithoutACoreEverythingIsUninitialised) {
@@ -164,7 +193,12 @@ TEST_F(QuillmarkClientInstanceTest, WithoutACoreEverythingIsUninitialised) {
     EXPECT_EQ(face->SignIn("anna", "pw"), ResultCode::kNotInitialized);
     EXPECT_EQ(face->SignInToContext(&choice), ResultCode::kNotInitialized);
     EXPECT_EQ(face->GetCustomerContexts(&list), ResultCode::kNotInitialized);
-    EXPECT_EQ(face->FreeMemory(nullptr), ResultCode::kNotInitialized);
+    char* names = nullptr;
+    EXPECT_EQ(face->GetSocialProviders(&names), ResultCode::kNotInitialized);
+    EXPECT_EQ(face->GetSocialProviders(nullptr), ResultCode::kNotInitialized);
+    EXPECT_EQ(face->SignInWithSocialToken("acme", "st-1"), ResultCode::kNotInitialized);
+    EXPECT_EQ(face->SignInWithSocialCode("c-1", 0), ResultCode::kNotInitialized);
+    EXPECT_EQ(static_cast<std::uint32_t>(face->FreeMemory(nullptr)), 0x8000000Bu);
     EXPECT_FALSE(face->IsSignedIn());
     face->SignOut();
     EXPECT_EQ(face->GetVersion(), 0x01020100u);
@@ -184,7 +218,7 @@ TEST_F(QuillmarkClientInstanceTest, NothingThrownLeavesTheFace) {
     EXPECT_EQ(list, reinterpret_cast<CustomerContext**>(0x5a));
     EXPECT_EQ(face->GetLastServiceError(&error), ResultCode::kInternalError);
     EXPECT_EQ(face->SignInToContext(&choice), ResultCode::kInternalError);
-    EXPECT_EQ(face->FreeMemory(nullptr), ResultCode::kInternalError);
+    EXPECT_EQ(face->FreeMemory(nullptr), ResultCode::kSuccess) << "the block is lost, the call is done";
     face->SignOut();
     EXPECT_EQ(face->SignIn("anna", "pw"), ResultCode::kInternalError);
     platform.before = nullptr;

@@ -1,72 +1,24 @@
 #include "core/src/QuillmarkClient.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
-#include <cstddef>
-#include <stdexcept>
+#include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "core/src/ClientContext.h"
-#include "core/src/PrivateData.h"
-#include "portable_stl/exception.h"
-#include "tests/support/AllocationFailure.h"
-#include "tests/support/HookedTable.h"
-#include "tests/support/NativeFixture.h"
-
-namespace quillmarkclient {
-
-// Opens the client's share of the core to this test: an explicit instantiation may name private members.
-std::shared_ptr<PrivateData>& SharedData(QuillmarkClient& client);
-template <std::shared_ptr<PrivateData> QuillmarkClient::*Member>
-struct OpenedData {
-    friend std::shared_ptr<PrivateData>& SharedData(QuillmarkClient& client) { return client.*Member; }
-};
-template struct OpenedData<&QuillmarkClient::data_>;
-
-}  // namespace quillmarkclient
+#include "core/src/QuillmarkClientInstance.h"
+#include "tests/support/ContextSpy.h"
+#include "tests/support/NativeCalls.h"
+#include "tests/support/SharedData.h"
 
 namespace {
 
-using quillmarkclient::ContextEntry;
-using quillmarkclient::CustomerDataValue;
 using quillmarkclient::QuillmarkClient;
 using quillmarkclient::QuillmarkClientParams;
-using quillmarkclient::ServiceErrorValue;
 using test::Operation;
-
-// Every out value of the face, filled with what no operation gives.
-struct Outs {
-    std::string text = "unset";
-    std::vector<ContextEntry> contexts{{9, "unset", "unset"}};
-    ServiceErrorValue error{9, 9, "unset", "", "", "", "", "", "", {{"unset", "unset"}}};
-    CustomerDataValue data{"unset", "unset", "unset", "unset"};
-
-    void ExpectUnset() const {
-        EXPECT_EQ(text, "unset");
-        EXPECT_TRUE(contexts.size() == 1 && contexts[0].kind == 9 && contexts[0].id == "unset");
-        EXPECT_TRUE(error.resultCode == 9 && error.type == "unset" && error.errorArgs.size() == 1);
-        EXPECT_TRUE(data.id == "unset" && data.firstName == "unset" && data.lastName == "unset" &&
-                    data.email == "unset");
-    }
-};
-
-constexpr struct {
-    const char* name;
-    ResultCode (*run)(QuillmarkClient&, Outs&);
-} kCalls[] = {
-    {"SignIn", [](QuillmarkClient& c, Outs&) { return c.SignIn("anna", "pw"); }},
-    {"ConfirmSecondFactor", [](QuillmarkClient& c, Outs&) { return c.ConfirmSecondFactor("t", "1"); }},
-    {"SignInToContext", [](QuillmarkClient& c, Outs&) { return c.SignInToContext(1, "org-1"); }},
-    {"GetCustomerContexts", [](QuillmarkClient& c, Outs& o) { return c.GetCustomerContexts(o.contexts); }},
-    {"GetLastServiceError", [](QuillmarkClient& c, Outs& o) { return c.GetLastServiceError(o.error); }},
-    {"GetAccessToken", [](QuillmarkClient& c, Outs& o) { return c.GetAccessToken(o.text); }},
-    {"RefreshAccessToken", [](QuillmarkClient& c, Outs& o) { return c.RefreshAccessToken(o.text); }},
-    {"GetBasicEndpoint", [](QuillmarkClient& c, Outs& o) { return c.GetBasicEndpoint(o.text); }},
-    {"GetDeviceId", [](QuillmarkClient& c, Outs& o) { return c.GetDeviceId(o.text); }},
-    {"GetCustomerData", [](QuillmarkClient& c, Outs& o) { return c.GetCustomerData(o.data); }},
-};
+using test::Outs;
 
 class QuillmarkClientTest : public test::NativeFixture {
 protected:
@@ -82,19 +34,16 @@ protected:
         EXPECT_EQ(client->SignIn("anna", "pw"), ResultCode::kTooManyContexts);
         EXPECT_EQ(client->SignInToContext(0, ""), ResultCode::kSuccess);
     }
-
-    // The lock is free and the core in order.
-    void ExpectUsable() {
-        EXPECT_EQ(client->SignIn("anna", "pw"), ResultCode::kTooManyContexts);
-        EXPECT_EQ(client->SignInToContext(0, ""), ResultCode::kSuccess);
-    }
 };
 
 TEST_F(QuillmarkClientTest, UninitialisedAnswersSo) {
     Outs outs;
-    for (const auto& call : kCalls)
-        EXPECT_EQ(call.run(*client, outs), ResultCode::kNotInitialized) << call.name;
-    outs.ExpectUnset();
+    auto* const coreless = new quillmarkclient::QuillmarkClientInstance(nullptr);
+    coreless->AddRef();
+    for (const auto& call : test::kNativeCalls)
+        EXPECT_EQ(call.run({*client, *coreless}, outs), ResultCode::kNotInitialized) << call.name;
+    outs.ExpectUnset(ResultCode::kNotInitialized);
+    EXPECT_EQ(coreless->Release(), 0u);
     EXPECT_FALSE(client->IsSignedIn());
     client->SignOut();
     EXPECT_EQ(client->CreateInterface(), nullptr);
@@ -228,7 +177,7 @@ TEST_F(QuillmarkClientTest, FailuresLeaveOutsAsTheyWere) {
     EXPECT_EQ(client->GetDeviceId(outs.text), ResultCode::kMachineId);
     platform.FailCall(Operation::Alloc, 1);
     EXPECT_EQ(client->GetAccessToken(outs.text), ResultCode::kInsufficientResources);
-    outs.ExpectUnset();
+    outs.ExpectUnset(ResultCode::kInsufficientResources);
 }
 
 TEST_F(QuillmarkClientTest, SecondInitReplacesTheCoreOnceItSucceeds) {
@@ -243,6 +192,70 @@ TEST_F(QuillmarkClientTest, SecondInitReplacesTheCoreOnceItSucceeds) {
     EXPECT_EQ(client->Init("other", test::kServiceUrl), ResultCode::kSuccess);
     EXPECT_FALSE(client->IsSignedIn());
     EXPECT_EQ(platform.BlocksOut(), 1) << "the former core is gone";
+}
+
+TEST_F(QuillmarkClientTest, AFailedSecondInitMayLeaveItsTableBehind) {
+    static const struct {
+        const char* name;
+        const char* serviceUrl;
+        Operation failing;  // Operation::Count: none
+        std::uint32_t expected;
+        std::uint32_t deviceId;  // what the former core answers, the new table having no identifiers
+    } rows[] = {
+        {"before the copy of the table", "", Operation::Count, 0x80000002u, 0},
+        {"behind it", test::kServiceUrl, Operation::Alloc, 0x80000003u, 0x81000005u},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        test::ScriptedDefaultTable() = platform.table;
+        InitAndSignIn();
+        test::ScriptedDefaultTable().GetMachineIds = nullptr;
+        platform.FailCall(row.failing, 1);
+        EXPECT_EQ(static_cast<std::uint32_t>(client->Init("other", row.serviceUrl)), row.expected);
+        std::string text;
+        EXPECT_EQ(static_cast<std::uint32_t>(client->GetDeviceId(text)), row.deviceId);
+        EXPECT_TRUE(client->IsSignedIn());
+        EXPECT_EQ(client->RefreshAccessToken(text), ResultCode::kSuccess) << "the former core goes on";
+    }
+}
+
+TEST_F(QuillmarkClientTest, ThePlatformGetsANullContext) {
+    test::ScriptedDefaultTable() = test::Spied(platform.table);
+    service.AskToWaitOnce(test::kFinalizeByCode, "1");
+    Init();
+    std::string text;
+    quillmarkclient::IQuillmarkClient* const face = client->CreateInterface();
+    ASSERT_NE(face, nullptr);
+    EXPECT_EQ(client->SignIn("anna", "pw"), ResultCode::kSuccess);
+    EXPECT_EQ(face->SignInWithSocialCode("c-1", 1), ResultCode::kSuccess);
+    EXPECT_EQ(client->GetDeviceId(text), ResultCode::kSuccess);
+    EXPECT_EQ(client->PersistIdentityToken("host.json"), ResultCode::kSuccess);
+    EXPECT_EQ(client->PersistIdentityToken("host.json"), ResultCode::kSuccess);
+    face->SignOut();
+    face->Release();
+    Init();
+    EXPECT_EQ(test::seen.contexts, std::set<void*>{nullptr});
+    for (const char* entry : {"Sleep", "FileRead", "FileWrite", "FileGetSize", "FileSetSize", "FileDelete",
+                              "GetMachineIds", "HttpRequest", "HttpFree", "Encrypt", "Decrypt"})
+        EXPECT_EQ(test::seen.entries.count(entry), 1u) << entry;
+}
+
+TEST_F(QuillmarkClientTest, SocialRoads) {
+    Init();
+    std::string token;
+    EXPECT_EQ(client->SignInWithSocialToken("acme", "st-1"), ResultCode::kSuccess);
+    EXPECT_EQ(client->SignInWithSocialCode("c-1", 1), ResultCode::kSuccess);
+    EXPECT_EQ(platform.files.count("store/LIC0"), 1u);
+    EXPECT_EQ(client->PersistIdentityToken("host.json"), ResultCode::kSuccess);
+    EXPECT_EQ(platform.files["host.json"], R"({"identityToken":"identity-secret"})");
+    EXPECT_EQ(client->UseAccessToken("t-1"), ResultCode::kSuccess);
+    EXPECT_TRUE(client->IsSignedIn());
+    EXPECT_EQ(client->GetAccessToken(token), ResultCode::kSuccess);
+    EXPECT_EQ(token, "t-1");
+    EXPECT_EQ(platform.files.count("store/LIC0"), 0u);
+    EXPECT_EQ(client->PersistIdentityToken("host.json"), ResultCode::kAuthorizationDenied);
+    EXPECT_EQ(client->RefreshAccessToken(token), ResultCode::kInvalidParameters);
+    EXPECT_EQ(token, "t-1");
 }
 
 TEST_F(QuillmarkClientTest, FormerCoreLivesWithItsInterface) {
@@ -274,173 +287,6 @@ TEST_F(QuillmarkClientTest, LogCallbacksAreProcessWide) {
     EXPECT_EQ(client->Init("store", ""), ResultCode::kInvalidParameters);
     EXPECT_EQ(reportedCodes, std::vector<std::uint32_t>{0x80000002u});
     EXPECT_TRUE(platform.logOrder.empty());
-}
-
-TEST_F(QuillmarkClientTest, NothingThrownLeavesTheFaceAndTheLockIsFree) {
-    static const struct {
-        const char* name;
-        void (*raise)();
-    } throwers[] = {
-        {"a standard exception", [] { throw std::runtime_error("bad conversion"); }},
-        {"an exception of the core", [] { throw portable_stl::bad_alloc(); }},
-        {"no exception class at all", [] { throw 7; }},
-    };
-    static constexpr Operation kThrowing[] = {
-        Operation::FileRead,    Operation::FileWrite,  Operation::FileGetSize,
-        Operation::FileSetSize, Operation::FileDelete, Operation::GetMachineIds,
-        Operation::HttpRequest, Operation::Alloc,      Operation::Encrypt};
-    InitWithEverything();
-    const long blocks = platform.BlocksOut();
-    unsigned thrown = 0;
-    for (const auto& thrower : throwers) {
-        for (const auto& call : kCalls) {
-            for (const Operation operation : kThrowing) {
-                SCOPED_TRACE(std::string(thrower.name) + " in " + call.name);
-                for (unsigned nth = 1;; ++nth) {
-                    unsigned count = 0;
-                    platform.before = [&](Operation now) {
-                        if (now == operation && ++count == nth) {
-                            ++thrown;
-                            thrower.raise();
-                        }
-                    };
-                    const unsigned before = thrown;
-                    Outs outs;
-                    const auto code = call.run(*client, outs);
-                    platform.before = nullptr;
-                    if (thrown == before)
-                        break;
-                    EXPECT_EQ(code, ResultCode::kInternalError);
-                    outs.ExpectUnset();
-                    EXPECT_EQ(platform.BlocksOut(), blocks);
-                    ExpectUsable();
-                }
-            }
-        }
-    }
-    EXPECT_GT(thrown, 80u) << "too few calls reach the platform";
-}
-
-TEST_F(QuillmarkClientTest, ThrowingSignOutAndStatusAreHarmless) {
-    InitAndSignIn();
-    platform.before = [](Operation) { throw 7; };
-    client->SignOut();
-    EXPECT_EQ(client->Init("other", test::kServiceUrl), ResultCode::kInternalError);
-    platform.before = nullptr;
-    EXPECT_FALSE(client->IsSignedIn());
-}
-
-TEST_F(QuillmarkClientTest, ThrowingFreeAtTheEndStaysInside) {
-    blocksMayBeLost = true;
-    InitAndSignIn();
-    Outs outs;
-    bool thrown = false;
-    platform.before = [&](Operation operation) {
-        if (operation == Operation::Free && !thrown) {
-            thrown = true;
-            throw 7;
-        }
-    };
-    EXPECT_EQ(client->GetAccessToken(outs.text), ResultCode::kSuccess) << "the text was copied by then";
-    EXPECT_TRUE(thrown);
-    EXPECT_EQ(outs.text, "own-token");
-    thrown = false;
-    client = std::make_unique<QuillmarkClient>();  // ends the core
-    EXPECT_TRUE(thrown);
-    platform.before = nullptr;
-}
-
-struct Pause {
-    test::AllocationPause pause;
-};
-
-TEST_F(QuillmarkClientTest, EachAllocationOfEachCallFailsInTurn) {
-    test::ScriptedDefaultTable() = test::Hooked<Pause>(platform.table);
-    QuillmarkClient::SetLogCallbacks(nullptr, nullptr);
-    service.Answer(test::kUser, 200,
-                   R"({"id":"an id that is longer than the short form","firstName":"a long long first name",)"
-                   R"("lastName":"a long long last name","email":"somebody.with.a.name@example.test"})");
-    platform.machineIds = {"a machine identifier that is longer than the short form"};
-    InitWithEverything();
-    const long blocks = platform.BlocksOut();
-    for (const auto& call : kCalls) {
-        SCOPED_TRACE(call.name);
-        for (std::size_t nth = 1;; ++nth) {
-            ASSERT_LT(nth, 5000u);
-            Outs outs;
-            auto code = ResultCode::kSuccess;
-            bool failed = false;
-            {
-                test::FailingAllocation failing(nth);
-                code = call.run(*client, outs);
-                failed = failing.HasFailed();
-            }
-            EXPECT_EQ(platform.BlocksOut(), blocks) << nth;
-            if (!IsSuccess(code))
-                outs.ExpectUnset();
-            if (!failed)
-                break;
-            ExpectUsable();
-        }
-    }
-}
-
-TEST_F(QuillmarkClientTest, EachAllocationOfInitAndCreateInterfaceFailsInTurn) {
-    test::ScriptedDefaultTable() = test::Hooked<Pause>(platform.table);
-    QuillmarkClient::SetLogCallbacks(nullptr, nullptr);
-    QuillmarkClientParams params;
-    params.storagePath = "a-folder-that-does-not-fit-the-short-form";
-    params.serviceUrl = test::kServiceUrl;
-    for (std::size_t nth = 1;; ++nth) {
-        ASSERT_LT(nth, 5000u);
-        test::FailingAllocation failing(nth);
-        const auto code = client->Init(params);
-        if (!failing.HasFailed()) {
-            EXPECT_EQ(code, ResultCode::kSuccess);
-            break;
-        }
-        EXPECT_TRUE(code == ResultCode::kInternalError || code == ResultCode::kInsufficientResources) << nth;
-        EXPECT_EQ(platform.BlocksOut(), 0) << nth;
-    }
-    quillmarkclient::IQuillmarkClient* made = nullptr;
-    {
-        test::FailingAllocation failing(1);
-        made = client->CreateInterface();
-    }
-    EXPECT_EQ(made, nullptr);
-}
-
-TEST_F(QuillmarkClientTest, MessageWithoutMemoryIsEmpty) {
-    test::FailingAllocation failing(1);
-    EXPECT_EQ(QuillmarkClient::GetErrorMessage(ResultCode::kNotInitialized), "");
-}
-
-TEST_F(QuillmarkClientTest, ALockThatFailsIsACode) {
-    InitWithEverything();
-    // A checking mutex that this thread holds already refuses to be locked.
-    std::mutex& mutex = quillmarkclient::SharedData(*client)->mutex;
-    pthread_mutexattr_t checking;
-    ASSERT_EQ(pthread_mutexattr_init(&checking), 0);
-    ASSERT_EQ(pthread_mutexattr_settype(&checking, PTHREAD_MUTEX_ERRORCHECK), 0);
-    ASSERT_EQ(pthread_mutex_init(mutex.native_handle(), &checking), 0);
-    pthread_mutexattr_destroy(&checking);
-
-    quillmarkclient::IQuillmarkClient* interface = client->CreateInterface();
-    ASSERT_NE(interface, nullptr);
-    mutex.lock();
-    Outs outs;
-    for (const auto& call : kCalls)
-        EXPECT_EQ(call.run(*client, outs), ResultCode::kInternalError) << call.name;
-    outs.ExpectUnset();
-    EXPECT_FALSE(client->IsSignedIn());
-    client->SignOut();
-    EXPECT_EQ(interface->SignIn("anna", "pw"), ResultCode::kInternalError);
-    EXPECT_EQ(interface->FreeMemory(nullptr), ResultCode::kInternalError);
-    EXPECT_FALSE(interface->IsSignedIn());
-    mutex.unlock();
-    EXPECT_TRUE(client->IsSignedIn());
-    EXPECT_TRUE(interface->IsSignedIn());
-    interface->Release();
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdint>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -47,7 +49,7 @@ TEST_F(QuillmarkClientThreads, CallsOnOneCoreAreOneAtATime) {
             std::string text;
             quillmarkclient::CustomerDataValue data;
             bool isGood = true;
-            switch ((thread + round) % 5) {
+            switch ((thread + round) % 8) {
                 case 0:
                     isGood = IsSuccess(client->GetCustomerData(data)) && data.id == "42";
                     break;
@@ -56,6 +58,20 @@ TEST_F(QuillmarkClientThreads, CallsOnOneCoreAreOneAtATime) {
                     break;
                 case 2:
                     isGood = client->IsSignedIn() && face->IsSignedIn();
+                    break;
+                case 4: {
+                    std::vector<std::string> providers;
+                    isGood = IsSuccess(client->GetSocialProviders(providers)) && providers.size() == 3;
+                    break;
+                }
+                case 5: {
+                    char* names = nullptr;
+                    isGood = IsSuccess(face->GetSocialProviders(&names)) && names[0] == 'a';
+                    face->FreeMemory(names);
+                    break;
+                }
+                case 6:
+                    isGood = IsSuccess(client->PersistIdentityToken("host.json"));
                     break;
                 case 3:
                     isGood = IsSuccess(client->GetDeviceId(text)) && !text.empty();
@@ -79,10 +95,21 @@ TEST_F(QuillmarkClientThreads, SignInsAndSignOutsMayMeet) {
     Init();
     InThreads([&](int thread) {
         for (int round = 0; round < kRounds; ++round) {
-            if ((thread + round) % 2 == 0) {
-                EXPECT_EQ(client->SignIn("anna", "pw"), ResultCode::kSuccess);
-            } else {
-                client->SignOut();
+            switch ((thread + round) % 5) {
+                case 0:
+                    EXPECT_EQ(client->SignIn("anna", "pw"), ResultCode::kSuccess);
+                    break;
+                case 1:
+                    EXPECT_EQ(client->SignInWithSocialToken("acme", "st-1"), ResultCode::kSuccess);
+                    break;
+                case 2:
+                    EXPECT_EQ(client->SignInWithSocialCode("c-1", 1), ResultCode::kSuccess);
+                    break;
+                case 3:
+                    EXPECT_EQ(client->UseAccessToken("t-1"), ResultCode::kSuccess);
+                    break;
+                default:
+                    client->SignOut();
             }
         }
     });
@@ -110,6 +137,79 @@ TEST_F(QuillmarkClientThreads, ReferencesMoveBetweenThreads) {
     });
     EXPECT_EQ(ends, 1);
     EXPECT_EQ(platform.BlocksOut(), 0) << "the last thread ended the core";
+}
+
+TEST_F(QuillmarkClientThreads, TheLastHoldersThreadEndsTheCore) {
+    for (const bool isClientLast : {true, false}) {
+        SCOPED_TRACE(isClientLast);
+        client = std::make_unique<quillmarkclient::QuillmarkClient>();
+        Init();
+        IQuillmarkClient* face = client->CreateInterface();
+        ASSERT_NE(face, nullptr);
+        std::thread::id endedOn;
+        platform.before = [&](test::Operation operation) {
+            if (operation == test::Operation::Free)
+                endedOn = std::this_thread::get_id();
+        };
+        if (!isClientLast)
+            client.reset();
+        std::thread::id worker;
+        std::thread thread([&] {
+            worker = std::this_thread::get_id();
+            face->Release();
+        });
+        thread.join();
+        EXPECT_EQ(platform.BlocksOut(), isClientLast ? 1 : 0);
+        client.reset();
+        EXPECT_EQ(endedOn, isClientLast ? std::this_thread::get_id() : worker);
+        platform.before = nullptr;
+        EXPECT_EQ(platform.BlocksOut(), 0);
+    }
+}
+
+TEST_F(QuillmarkClientThreads, BlocksMoveBetweenThreads) {
+    InitAndSignIn();
+    IQuillmarkClient* face = client->CreateInterface();
+    ASSERT_NE(face, nullptr);
+    constexpr int kEach = kThreads * kRounds;
+    std::vector<char*> blocks(kEach);
+    InThreads([&](int thread) {
+        for (int i = thread; i < kEach; i += kThreads)
+            EXPECT_EQ(face->GetSocialProviders(&blocks[static_cast<std::size_t>(i)]), ResultCode::kSuccess);
+    });
+    InThreads([&](int thread) {
+        for (int i = (thread + 1) % kThreads; i < kEach; i += kThreads)
+            EXPECT_EQ(face->FreeMemory(blocks[static_cast<std::size_t>(i)]), ResultCode::kSuccess);
+    });
+    EXPECT_EQ(platform.BlocksOut(), 1);
+    EXPECT_EQ(face->Release(), 0u);
+}
+
+TEST_F(QuillmarkClientThreads, CountsAreExactUnderContention) {
+    Init();
+    IQuillmarkClient* face = client->CreateInterface();
+    ASSERT_NE(face, nullptr);
+    constexpr int kMany = 2000;
+    InThreads([&](int thread) {
+        for (int round = 0; round < kMany; ++round) {
+            if (thread % 2 == 0) {
+                face->AddRef();
+            } else {
+                face->AddRef();
+                EXPECT_GT(face->Release(), 0u);
+            }
+        }
+    });
+    constexpr std::uint32_t kLeft = kMany * (kThreads / 2) + 1;
+    EXPECT_EQ(face->AddRef(), kLeft + 1);
+    std::atomic<std::uint32_t> zeros{0};
+    face->Release();
+    face->Release();
+    InThreads([&](int) {
+        for (std::uint32_t round = 0; round < (kLeft - 1) / kThreads; ++round)
+            zeros += face->Release() == 0 ? 1 : 0;
+    });
+    EXPECT_EQ(zeros, 1u);
 }
 
 TEST_F(QuillmarkClientThreads, EachThreadMayMakeItsOwnInterface) {

@@ -5,11 +5,14 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/src/ClientContext.h"
 #include "core/src/FlatOperations.h"
 #include "core/src/Version.h"
+#include "core/src/core/Cryptographer.h"
+#include "core/src/system/SystemApi.h"
 #include "tests/support/ScriptedPlatform.h"
 #include "tests/support/ScriptedService.h"
 
@@ -67,6 +70,41 @@ protected:
     [[nodiscard]] std::string AccessToken() { return Text(&quillmarkclient::GetAccessToken); }
     [[nodiscard]] bool IsSignedIn() const { return quillmarkclient::IsSignedIn(context, nullptr) != 0; }
 
+    /// What a token file holds behind its cipher.
+    [[nodiscard]] std::string FileText(const std::string& path) const {
+        portable_stl::string text;
+        EXPECT_EQ(quillmarkclient_core::ReadEncryptedFile<quillmarkclient_core::SystemApi>(
+                      path.c_str(), text, &context->cryptographer, nullptr),
+                  ResultCode::kSuccess);
+        return text.c_str();
+    }
+
+    /// The first line of each entry of the log, in their order.
+    [[nodiscard]] std::vector<std::string> LogHeads() const {
+        std::vector<std::string> heads;
+        for (const std::string& line : platform.logOrder)
+            heads.push_back(line.substr(0, line.find('\n')));
+        return heads;
+    }
+
+    /// Takes away one object of the context, runs `use`, and puts the object back.
+    template <class Object, class Use>
+    void Without(Object quillmarkclient::ClientContext::*object, Use use) {
+        Object taken = std::move(context->*object);
+        context->*object = Object();
+        use();
+        context->*object = std::move(taken);
+    }
+    /// Runs `use` on each handle that lacks what a sign-in needs, the null one first.
+    template <class Use>
+    void WithEachBadHandle(Use use) {
+        using Context = quillmarkclient::ClientContext;
+        use(nullptr);
+        Without(&Context::registryClient, [&] { use(context); });
+        Without(&Context::lastServiceError, [&] { use(context); });
+        Without(&Context::core, [&] { use(context); });
+    }
+
     /// The last report was of `code`, by the flat operations.
     void ExpectReported(ResultCode code) {
         ASSERT_FALSE(platform.errors.empty());
@@ -75,15 +113,6 @@ protected:
         EXPECT_EQ(error.message, GetErrorText(code));
         EXPECT_EQ(error.source, "core/src/quillmarkclient");
         EXPECT_GT(error.line, 0u);
-    }
-
-    /// What an encrypted file of the client holds.
-    [[nodiscard]] std::string FileText(const std::string& path) const {
-        portable_stl::string text;
-        EXPECT_EQ(quillmarkclient_core::ReadEncryptedFile<quillmarkclient_core::SystemApi>(
-                      path.c_str(), text, &context->cryptographer, nullptr),
-                  ResultCode::kSuccess);
-        return text.c_str();
     }
 
     bool blocksMayBeLost = false;  // set by a test that takes the way back from them

@@ -38,6 +38,24 @@ inline constexpr char kIdentities[] = "GET /api/registry/v2/identities";
 inline constexpr char kNewIdentity[] = "POST /api/registry/v2/identities";
 inline constexpr char kIdentitySecret[] = "GET /api/registry/v2/identities/record-1/token";
 
+// Those of the social sign-ins; the provider is "acme", and its token "st-1".
+inline constexpr char kSocialToken[] = "GET /api/registry/v2/oauth/sign-in/acme?access_token=st-1";
+inline constexpr char kSocialCode[] = "POST /api/customer/registry/v2/tokens/external";
+inline constexpr char kFinalizeByToken[] =
+    "POST /api/quillmark/CUSTOMER_REGISTRATION_FINALIZE_EXTERNAL_ACCESS_TOKEN";
+inline constexpr char kFinalizeByCode[] = "POST /api/quillmark/CUSTOMER_REGISTRATION_FINALIZE_OAUTH";
+inline constexpr char kProviders[] = "GET /api/public/registry/v2/oauth/external/providers";
+
+// Those of a business and of an administrator.
+inline constexpr char kBusinessPassword[] = "POST /api/business/registry/v2/tokens";
+inline constexpr char kBusinessSocialCode[] = "POST /api/business/registry/v2/tokens/external";
+inline constexpr char kBusinessRenewal[] = "POST /api/business/registry/v2/tokens/identity";
+inline constexpr char kBusinessContext[] = "POST /api/quillmark/USE_DYNAMIC_CONTEXT";
+inline constexpr char kAdminPassword[] = "POST /api/admin/id/v0/tokens/password";
+
+// The refusal of a social token whose account is yet to be made.
+inline constexpr char kSignUpRequired[] = R"({"status":"404","errorCode":"SIGN_UP_REQUIRED"})";
+
 class ScriptedService {
 public:
     explicit ScriptedService(ScriptedPlatform& platform) {
@@ -53,6 +71,16 @@ public:
         Answer(kIdentities, 200, "[]");
         Answer(kNewIdentity, 200, R"({"id":"record-1"})");
         Answer(kIdentitySecret, 200, "identity-secret");
+        Answer(kSocialToken, 200, R"({"accessToken":"social-token"})");
+        Answer(kSocialCode, 200, R"({"accessToken":"code-token"})");
+        Answer(kFinalizeByToken, 204, "");
+        Answer(kFinalizeByCode, 204, "");
+        Answer(kProviders, 200, R"([{"key":"a"},{"key":"b"},{"key":"c"}])");
+        Answer(kBusinessPassword, 200, R"({"accessToken":"business-token"})");
+        Answer(kBusinessSocialCode, 200, R"({"accessToken":"business-code-token"})");
+        Answer(kBusinessRenewal, 200, R"({"accessToken":"business-renewed-token"})");
+        Answer(kBusinessContext, 204, "");
+        Answer(kAdminPassword, 200, R"({"accessToken":"admin-token"})");
         platform.responder = [this](const RecordedRequest& request) { return Respond(request); };
     }
     ScriptedService(const ScriptedService&) = delete;
@@ -65,6 +93,18 @@ public:
     /// The next request of this line is; several stand in a queue.
     void AnswerOnce(const std::string& requestLine, std::uint32_t status, std::string body) {
         once_[requestLine].push_back(Made(status, std::move(body)));
+    }
+    /// As AnswerOnce, with the service still at work on a former request of the same key.
+    void AskToWaitOnce(const std::string& requestLine, const std::string& retryAfter) {
+        ScriptedAnswer answer = Made(409, "");
+        answer.headers = "HTTP/1.1 409 Conflict\r\nRetry-After: " + retryAfter + "\r\n\r\n";
+        once_[requestLine].push_back(std::move(answer));
+    }
+    /// The next request of this line fails in the transport.
+    void FailOnce(const std::string& requestLine, std::uint32_t result) {
+        ScriptedAnswer answer;
+        answer.result = result;
+        once_[requestLine].push_back(std::move(answer));
     }
     /// Every request of this line fails in the transport.
     void Fail(const std::string& requestLine, std::uint32_t result) {

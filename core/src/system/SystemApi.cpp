@@ -23,6 +23,18 @@ ResultCode CallCrypto(Entry entry, Arguments... arguments) {
     return ProcessTable().FreeCryptoBuffer ? Call(entry, arguments...) : ResultCode::kNotImplemented;
 }
 
+// Calls an entry that takes a block back. These run in destructors, where nothing may be thrown: what the
+// platform throws is dropped, and the block is the platform's loss.
+template <class Entry, class... Arguments>
+void TakeBack(Entry entry, Arguments... arguments) noexcept {
+    try {
+        if (entry)
+            static_cast<void>(entry(arguments...));
+    } catch (...) {
+        return;
+    }
+}
+
 using Texts = portable_stl::vector<portable_stl::string>;
 
 // A block of Alloc that goes back when the scope ends, by an exception of the containers as well.
@@ -122,8 +134,12 @@ ResultCode SystemApi::HttpUploadFile(const char* method, const char* url, const 
                 status, responseBody);
 }
 
-ResultCode SystemApi::HttpFree(void* block, void* context) {
-    return Call(Table().HttpFree, block, context);
+ResultCode SystemApi::HttpFree(void* block, void* context) noexcept {
+    try {
+        return Call(Table().HttpFree, block, context);
+    } catch (...) {
+        return ResultCode::kInternalError;
+    }
 }
 
 void* SystemApi::Alloc(std::size_t size) {
@@ -131,9 +147,8 @@ void* SystemApi::Alloc(std::size_t size) {
     return entry ? entry(size) : nullptr;
 }
 
-void SystemApi::Free(void* block) {
-    if (const auto entry = Table().Free; entry)
-        entry(block);
+void SystemApi::Free(void* block) noexcept {
+    TakeBack(Table().Free, block);
 }
 
 void SystemApi::MemSet(void* block, std::uint8_t byte, std::size_t size) {
@@ -193,9 +208,8 @@ ResultCode SystemApi::RsaPublicDecrypt(const char* keyText, const void* block, s
     return CallCrypto(Table().RsaPublicDecrypt, keyText, block, size, plain, plainSize, context);
 }
 
-void SystemApi::FreeCryptoBuffer(void* block, void* context) {
-    if (const auto entry = Table().FreeCryptoBuffer; entry)
-        entry(block, context);
+void SystemApi::FreeCryptoBuffer(void* block, void* context) noexcept {
+    TakeBack(Table().FreeCryptoBuffer, block, context);
 }
 
 }  // namespace quillmarkclient_core

@@ -16,7 +16,8 @@ namespace quillmarkclient_core {
 // A wrapper tests its entry, answers kNotImplemented if it is null, and calls it otherwise. Where the result
 // is no code: Alloc gives null, the void operations do nothing, MemCompare gives 0. The operations that make
 // or release crypto blocks, and Encrypt and Decrypt with them, ask for FreeCryptoBuffer too. Arguments go
-// through as they stand: the entry judges them.
+// through as they stand: the entry judges them. What an entry throws passes through, but for the three that
+// take a block back: they run in destructors and let nothing out.
 //
 // The table is process-wide and unguarded: SetTable belongs before a second thread works. The last call
 // decides for the whole process, objects made before it included.
@@ -52,10 +53,10 @@ struct SystemApi {
                                                    const char* boundary, const char* filePath,
                                                    const char* fileName, std::uint32_t* status,
                                                    char** responseBody);
-    static ResultCode HttpFree(void* block, void* context);
+    static ResultCode HttpFree(void* block, void* context) noexcept;
 
     [[nodiscard]] static void* Alloc(std::size_t size);
-    static void Free(void* block);
+    static void Free(void* block) noexcept;
     static void MemSet(void* block, std::uint8_t byte, std::size_t size);
     static void MemCopy(void* target, const void* source, std::size_t size);
     static void MemMove(void* target, const void* source, std::size_t size);
@@ -79,7 +80,7 @@ struct SystemApi {
     [[nodiscard]] static ResultCode RsaPublicDecrypt(const char* keyText, const void* block,
                                                      std::uint32_t size, std::uint8_t** plain,
                                                      std::uint32_t* plainSize, void* context);
-    static void FreeCryptoBuffer(void* block, void* context);
+    static void FreeCryptoBuffer(void* block, void* context) noexcept;
 };
 
 }  // namespace quillmarkclient_core

@@ -94,8 +94,10 @@ protected:
     void ExpectRefusals(const std::vector<Refusal>& rows, const char* path, SignIn&& signIn) {
         for (const Refusal& row : rows) {
             this->RememberOldSession();
+            this->RememberOldRefusal();
             this->Script({row.answer});
             EXPECT_EQ(signIn(), Code(row.expected)) << row.name;
+            EXPECT_EQ(this->Record(), RecordedBy(row.answer, row.expected)) << row.name;
             EXPECT_EQ(this->Requested(), Lines{path}) << row.name;
             EXPECT_EQ(this->State(), ResetSession("old.e30.sig")) << row.name;
         }

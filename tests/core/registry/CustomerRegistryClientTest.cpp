@@ -8,6 +8,7 @@ using test::Code;
 using test::Headers;
 using test::Jwt;
 using test::Lines;
+using test::ServiceAnswer;
 using test::Text;
 
 class CustomerRegistryClient : public test::RegistryTest {
@@ -101,18 +102,20 @@ struct ContextFailure {
     const char* body;
     std::uint32_t own;
     std::uint32_t trust;
+    test::Recorded ownRecorded;
+    test::Recorded trustRecorded;
 };
 const ContextFailure kContextFailures[] = {
-    {"400", 400, "", 0x82000004, 0x82000004},
-    {"401 starts no renewal", 401, "", 0x82000002, 0x82000002},
-    {"403", 403, "", 0x82000007, 0x82000002},
-    {"404", 404, "", 0x82000005, 0x8200000E},
-    {"409", 409, "", 0x82000004, 0x82000004},
-    {"500", 500, "", 0x82000003, 0x82000003},
-    {"network", 0x81000006, "", 0x80000006, 0x80000006},
-    {"time-out", 0x81000014, "", 0x81000014, 0x81000014},
-    {"no token", 200, "{}", 0x82000004, 0x82000004},
-    {"no JSON", 200, "<html>", 0x82000004, 0x82000004},
+    {"400", 400, "", 0x82000004, 0x82000004, {0x82000004, 400}, {0x82000004, 400}},
+    {"401 starts no renewal", 401, "", 0x82000002, 0x82000002, {0x82000002, 401}, {0x82000002, 401}},
+    {"403", 403, "", 0x82000007, 0x82000002, {0x82000007, 403}, {0x82000002, 403}},
+    {"404", 404, "", 0x82000005, 0x8200000E, {0x82000005, 404}, {0x8200000E, 404}},
+    {"409", 409, "", 0x82000004, 0x82000004, {0x82000004, 409}, {0x82000004, 409}},
+    {"500", 500, "", 0x82000003, 0x82000003, {0x82000003, 500}, {0x82000003, 500}},
+    {"network", 0x81000006, "", 0x80000006, 0x80000006, test::kOldRefusal, test::kOldRefusal},
+    {"time-out", 0x81000014, "", 0x81000014, 0x81000014, test::kOldRefusal, test::kOldRefusal},
+    {"no token", 200, "{}", 0x82000004, 0x82000004, test::kOldRefusal, test::kOldRefusal},
+    {"no JSON", 200, "<html>", 0x82000004, 0x82000004, test::kOldRefusal, test::kOldRefusal},
 };
 
 TEST_F(CustomerRegistryClient, AFailedContextChangesNothing) {
@@ -123,6 +126,7 @@ TEST_F(CustomerRegistryClient, AFailedContextChangesNothing) {
         for (const std::uint32_t mode : {0u, 1u}) {
             for (const bool isSelect : {false, true}) {
                 platform.requests.clear();
+                RememberOldRefusal();
                 if (row.status >= 0x80000000)
                     platform.FailExchange(row.status);
                 else
@@ -131,6 +135,7 @@ TEST_F(CustomerRegistryClient, AFailedContextChangesNothing) {
                                    : client.AcquireContextToken(mode, "org-2", &errorInfo, context),
                           Code(mode == 0 ? row.own : row.trust))
                     << row.name;
+                EXPECT_EQ(Record(), mode == 0 ? row.ownRecorded : row.trustRecorded) << row.name;
                 EXPECT_EQ(platform.requests.size(), 1u) << row.name;
                 EXPECT_EQ(TokenText(), "old.e30.sig") << row.name;
                 EXPECT_EQ(client.token.present, 1) << row.name;
@@ -235,21 +240,35 @@ TEST_F(CustomerRegistryClient, ListsTheContexts) {
 }
 
 TEST_F(CustomerRegistryClient, AFailureWhileListingLeavesTheList) {
+    const ServiceAnswer none = {200, "[]"};
+    const struct {
+        const char* name;
+        std::vector<ServiceAnswer> answers;
+        std::uint32_t expected;
+        test::Recorded recorded;
+    } rows[] = {
+        {"trusts: 401 without a secret", {{401}}, 0x82000002, test::kOldRefusal},
+        {"trusts: 403", {{403}}, 0x82000007, {0x82000007, 403}},
+        {"trusts: 404", {{404}}, 0x82000005, {0x82000005, 404}},
+        {"trusts: network", {{0x81000006}}, 0x80000006, test::kOldRefusal},
+        {"trusts: no JSON", {{200, "<html>"}}, 0x82000004, test::kOldRefusal},
+        {"user: 401 without a secret", {none, {401}}, 0x82000002, test::kOldRefusal},
+        {"user: 404", {none, {404}}, 0x82000005, {0x82000005, 404}},
+        {"user: 500", {none, {500}}, 0x82000004, {0x82000004, 500}},
+        {"user: network", {none, {0x81000006}}, 0x80000006, test::kOldRefusal},
+        {"user: no JSON", {none, {200, "<html>"}}, 0x82000004, test::kOldRefusal},
+    };
     client.dynamicContextAvailable = true;
     portable_stl::vector<registry::ContextEntry> contexts;
     contexts.push_back({7, "former", "former"}).value();
-
-    platform.AnswerWith(403, "");
-    EXPECT_EQ(client.GetContexts(contexts, &errorInfo, context), ResultCode::kEmailUnverifiedOrBlocked);
-    platform.AnswerWith(200, "<html>");
-    EXPECT_EQ(client.GetContexts(contexts, &errorInfo, context), ResultCode::kCompatibilityBroken);
-    platform.AnswerWith(200, "[]");
-    platform.AnswerWith(404, "");
-    EXPECT_EQ(client.GetContexts(contexts, &errorInfo, context), ResultCode::kCustomerNotFound);
-    platform.AnswerWith(200, "[]");
-    platform.FailExchange(0x81000006);
-    EXPECT_EQ(client.GetContexts(contexts, &errorInfo, context), ResultCode::kRequestNotSent);
-    EXPECT_EQ(Texts(contexts), (Contexts{"7|former|former"}));
+    for (const auto& row : rows) {
+        RememberOldRefusal();
+        Script(row.answers);
+        EXPECT_EQ(client.GetContexts(contexts, &errorInfo, context), Code(row.expected)) << row.name;
+        EXPECT_EQ(platform.requests.size(), row.answers.size()) << row.name;
+        EXPECT_EQ(Texts(contexts), (Contexts{"7|former|former"})) << row.name;
+        EXPECT_EQ(Record(), row.recorded) << row.name;
+    }
 }
 
 }  // namespace

@@ -58,10 +58,12 @@ TEST_F(CustomerSignIn, ARefusedPasswordLeavesTheStateReset) {
     };
     for (const auto& row : rows) {
         RememberOldSession();
+        RememberOldRefusal();
         Script({row.answer});
         EXPECT_EQ(SignIn(), Code(row.expected)) << row.name;
         EXPECT_EQ(Requested(), (Lines{test::kPasswordPath})) << row.name;
         EXPECT_EQ(State(), test::ResetSession("old.e30.sig")) << row.name;
+        EXPECT_EQ(Record(), test::RecordedBy(row.answer, row.expected)) << row.name;
     }
 }
 
@@ -116,20 +118,27 @@ TEST_F(CustomerSignIn, ARefusedSecondFactorResetsNothing) {
         const char* name;
         test::ServiceAnswer answer;
         std::uint32_t expected;
+        test::Recorded recorded;
     } rows[] = {
-        {"a wrong code", {401, R"({"status":401,"errorCode":"CODE_VERIFICATION_FAILED"})"}, 0x82000013},
-        {"401 without a reason never renews", {401, ""}, 0x82000002},
+        {"a wrong code",
+         {401, R"({"status":401,"errorCode":"CODE_VERIFICATION_FAILED"})"},
+         0x82000013,
+         {0x82000013, 401}},
+        {"401 without a reason never renews", {401, ""}, 0x82000002, {0x82000002, 401}},
         {"400 is never a wrong code",
          {400, R"({"status":400,"errorCode":"CODE_VERIFICATION_FAILED"})"},
-         0x82000004},
-        {"403", {403, ""}, 0x82000007},
-        {"network", {0x81000006, ""}, 0x80000006},
-        {"time-out", {0x81000014, ""}, 0x81000014},
-        {"success without a token", {200, "[]"}, 0x82000004},
+         0x82000004,
+         {0x82000004, 400}},
+        {"403", {403, ""}, 0x82000007, {0x82000007, 403}},
+        {"network", {0x81000006, ""}, 0x80000006, test::kOldRefusal},
+        {"time-out", {0x81000014, ""}, 0x81000014, test::kOldRefusal},
+        {"success without a token", {200, "[]"}, 0x82000004, test::kOldRefusal},
     };
     for (const auto& row : rows) {
+        RememberOldRefusal();
         Script({row.answer});
         EXPECT_EQ(Confirm(), Code(row.expected)) << row.name;
+        EXPECT_EQ(Record(), row.recorded) << row.name;
         EXPECT_EQ(Requested(), (Lines{test::kSecondFactorPath})) << row.name;
         EXPECT_EQ(LastRequest().body, R"({"challengeToken":"ch-1","code":"123456"})") << row.name;
         EXPECT_EQ(LastRequest().Header("Authorization"), "(none)") << row.name;
@@ -154,13 +163,13 @@ TEST_F(CustomerSignIn, TheWholeRoadWithASecondFactor) {
 
 TEST_F(CustomerSignIn, EveryEndAfterThePassword) {
     ExpectEveryEnding(
-        {test::kPasswordPath}, {{200, test::TokenBody("first.e30.sig")}}, [this] { RememberOldSession(); },
-        [this] { return SignIn(); });
+        {test::kPasswordPath}, {{200, test::TokenBody("first.e30.sig")}}, test::kOldRefusal,
+        [this] { RememberOldSession(); }, [this] { return SignIn(); });
 }
 
 TEST_F(CustomerSignIn, EveryEndAfterTheSecondFactor) {
     ExpectEveryEnding(
-        {test::kSecondFactorPath}, {{200, test::TokenBody("first.e30.sig")}},
+        {test::kSecondFactorPath}, {{200, test::TokenBody("first.e30.sig")}}, test::kOldRefusal,
         [this] { client.ResetAuthState(); }, [this] { return Confirm(); });
 }
 

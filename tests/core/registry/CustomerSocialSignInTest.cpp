@@ -99,28 +99,39 @@ TEST_F(CustomerSocialSignIn, TheFormerSessionEndsBeforeTheFirstRequest) {
 TEST_F(CustomerSocialSignIn, EveryEndBehindIt) {
     const ServiceAnswer first = {200, test::TokenBody("first.e30.sig")};
     const ServiceAnswer signUp = {404, kSignUpRequired};
+    const ServiceAnswer signUpWithToken = {
+        404, R"({"status":404,"errorCode":"SIGN_UP_REQUIRED","accessToken":"first.e30.sig"})"};
     const ServiceAnswer made = {204};
+    const test::Recorded signUpWanted = {0x82000011, 404};
     const struct {
         const char* name;
         Lines requests;
         std::vector<ServiceAnswer> answers;
+        test::Recorded recorded;
         std::function<ResultCode()> run;
     } rows[] = {
-        {"by token", {test::kSocialTokenPath}, {first}, [this] { return ByToken(); }},
+        {"by token", {test::kSocialTokenPath}, {first}, test::kOldRefusal, [this] { return ByToken(); }},
         {"by token, with a sign-up",
          {test::kSocialTokenPath, test::kSignUpByTokenPath, test::kSocialTokenPath},
          {signUp, made, first},
+         signUpWanted,
          [this] { return ByToken(); }},
-        {"by code", {test::kSocialCodePath}, {first}, [this] { return ByCode(0); }},
+        {"by token, which the second wish for a sign-up brings along",
+         {test::kSocialTokenPath, test::kSignUpByTokenPath, test::kSocialTokenPath, test::kSignUpByTokenPath},
+         {signUp, made, signUpWithToken, made},
+         signUpWanted,
+         [this] { return ByToken(); }},
+        {"by code", {test::kSocialCodePath}, {first}, test::kOldRefusal, [this] { return ByCode(0); }},
         {"by code, with a sign-up",
          {test::kSignUpByCodePath, test::kSocialCodePath},
          {made, first},
+         test::kOldRefusal,
          [this] { return ByCode(1); }},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         ExpectEveryEnding(
-            row.requests, row.answers, [this] { RememberOldSession(); }, row.run);
+            row.requests, row.answers, row.recorded, [this] { RememberOldSession(); }, row.run);
     }
 }
 
@@ -150,8 +161,10 @@ TEST_F(CustomerSocialSignIn, WithoutACauseIsAnEmptyCause) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         client.idempotencyEntries.clear();
+        RememberOldRefusal();
         Script(row.answers);
         EXPECT_EQ(row.shorter(), ResultCode::kAuthorizationDenied);
+        EXPECT_EQ(Record(), (test::Recorded{0x82000002, 401}));
         const auto shorter = platform.requests;
         ASSERT_EQ(shorter.size(), row.answers.size());
         EXPECT_EQ(shorter[shorter.size() - 2].body, row.signUpBody);
@@ -213,8 +226,10 @@ TEST_F(CustomerSocialSignIn, ARefusedTokenLeavesTheStateReset) {
     };
     for (const auto& row : rows) {
         RememberOldSession();
+        RememberOldRefusal();
         Script({row.answer});
         EXPECT_EQ(ByToken(), Code(row.expected)) << row.name;
+        EXPECT_EQ(Record(), test::RecordedBy(row.answer, row.expected)) << row.name;
         EXPECT_EQ(Requested(), (Lines{test::kSocialTokenPath})) << row.name;
         EXPECT_EQ(State(), test::ResetSession("old.e30.sig")) << row.name;
         EXPECT_TRUE(platform.sleepsMs.empty()) << row.name;
@@ -344,11 +359,13 @@ TEST_F(CustomerSocialSignIn, ARefusedCodeLeavesTheStateReset) {
         for (const std::uint32_t flow : {0u, 1u}) {
             SCOPED_TRACE(std::string(row.name) + ", flow " + std::to_string(flow));
             RememberOldSession();
+            RememberOldRefusal();
             std::vector<ServiceAnswer> answers = {row.answer};
             if (flow == 1)
                 answers.insert(answers.begin(), {204});
             Script(answers);
             EXPECT_EQ(ByCode(flow), Code(row.expected));
+            EXPECT_EQ(Record(), test::RecordedBy(row.answer, row.expected));
             EXPECT_EQ(Requested().back(), test::kSocialCodePath);
             EXPECT_EQ(platform.requests.size(), answers.size());
             EXPECT_EQ(State(), test::ResetSession("old.e30.sig"));

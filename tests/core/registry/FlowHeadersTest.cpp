@@ -1,6 +1,8 @@
-// Which requests carry the bearer token, which an idempotency key, and which neither, though a session has one.
+// Which requests carry the bearer token, which an idempotency key, and which neither, though a session has one;
+// and that the host's context reaches every platform operation on the way.
 #include <functional>
 #include <ostream>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -8,6 +10,7 @@
 #include "core/src/registry/CustomerRegistryClient.h"
 #include "core/src/registry/PrincipalAdminRegistryClient.h"
 #include "tests/core/registry/requests/RequestExpectation.h"
+#include "tests/support/ContextSpy.h"
 
 namespace {
 
@@ -88,7 +91,7 @@ constexpr char kRecordSecretPath[] = "GET /api/registry/v2/identities/7/token";
 
 struct Flow {
     const char* name;
-    std::function<ResultCode(Session&, ServiceErrorInfo*)> run;
+    std::function<ResultCode(Session&, ServiceErrorInfo*, void*)> run;
     std::vector<Sent> sent;
     std::vector<test::ServiceAnswer> first = {};  // answers that come before the usual ones
     bool isSignedIn = true;
@@ -102,18 +105,26 @@ protected:
         for (const Flow& flow : flows) {
             SCOPED_TRACE(flow.name);
             test::ScriptedPlatform platform;
+            platform.table = test::Spied(platform.table);
+            platform.Install();
             platform.responder = [&](const test::RecordedRequest& request) {
                 return AnswerFor(request, platform.requests.size());
             };
-            for (const test::ServiceAnswer& answer : flow.first)
-                platform.AnswerWith(answer.status, answer.body);
-            Client client(test::kBaseUrl, "", {}, nullptr);
+            for (const test::ServiceAnswer& answer : flow.first) {
+                if (answer.status >= 0x80000000)
+                    platform.FailExchange(answer.status);
+                else
+                    platform.AnswerWith(answer.status, answer.body);
+            }
+            int mark = 0;
+            Client client(test::kBaseUrl, "store/", {}, &mark);
             client.token = quillmarkclient_core::Token("old.e30.c", flow.isSignedIn);
             client.identitySecret = flow.secret;
             ServiceErrorInfo errorInfo;
-            EXPECT_EQ(flow.run(client, &errorInfo), ResultCode::kSuccess);
+            EXPECT_EQ(flow.run(client, &errorInfo, &mark), ResultCode::kSuccess);
             EXPECT_EQ(SentBy(client, platform), flow.sent);
             EXPECT_EQ(platform.UnusedAnswers(), 0u);
+            EXPECT_EQ(test::seen.contexts, std::set<void*>{&mark});
         }
     }
 
@@ -136,27 +147,38 @@ private:
 TEST_F(FlowHeaders, OfAPerson) {
     Expect<Customer>({
         {"password, from a signed-in session",
-         [](Session& client, ServiceErrorInfo* info) { return client.Authorize("a", "b", info, nullptr); },
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.Authorize("a", "b", info, context);
+         },
          {{test::kPasswordPath, Bare()},
           {test::kTrustsPath, Bearer("1.e30.c")},
           {test::kOwnContextPath, Bearer("1.e30.c")}}},
+        {"password, and the one trust",
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.Authorize("a", "b", info, context);
+         },
+         {{test::kPasswordPath, Bare()},
+          {test::kTrustsPath, Bearer("first.e30.c")},
+          {test::kOwnContextPath, Bearer("first.e30.c")},
+          {test::kTrustPath, Bearer("first.e30.c")}},
+         {{200, test::TokenBody("first.e30.c")}, {200, test::kOneTrust}, {403, ""}}},
         {"second factor, from a signed-in session",
-         [](Session& client, ServiceErrorInfo* info) {
-             return client.AuthorizeSecondFactor("a", "b", info, nullptr);
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.AuthorizeSecondFactor("a", "b", info, context);
          },
          {{test::kSecondFactorPath, Bare()},
           {test::kTrustsPath, Bearer("1.e30.c")},
           {test::kOwnContextPath, Bearer("1.e30.c")}}},
         {"a provider's token",
-         [](Session& client, ServiceErrorInfo* info) {
-             return client.AuthorizeSocialToken("p", "t", info, nullptr);
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.AuthorizeSocialToken("p", "t", info, context);
          },
          {{kSocialPath, Bare()},
           {test::kTrustsPath, Bearer("1.e30.c")},
           {test::kOwnContextPath, Bearer("1.e30.c")}}},
         {"a provider's token, and a sign-up",
-         [](Session& client, ServiceErrorInfo* info) {
-             return client.AuthorizeSocialToken("p", "t", "why", info, nullptr);
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.AuthorizeSocialToken("p", "t", "why", info, context);
          },
          {{kSocialPath, Bare()},
           {kFinalizeTokenPath, Keyed()},
@@ -165,64 +187,87 @@ TEST_F(FlowHeaders, OfAPerson) {
           {test::kOwnContextPath, Bearer("3.e30.c")}},
          {{404, kSignUpWanted}}},
         {"a provider's code",
-         [](Session& client, ServiceErrorInfo* info) {
-             return client.AuthorizeSocialCode("c", 0, info, nullptr);
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.AuthorizeSocialCode("c", 0, info, context);
          },
          {{"POST /api/customer/registry/v2/tokens/external", Bare()},
           {test::kTrustsPath, Bearer("1.e30.c")},
           {test::kOwnContextPath, Bearer("1.e30.c")}}},
         {"a provider's code, and a sign-up",
-         [](Session& client, ServiceErrorInfo* info) {
-             return client.AuthorizeSocialCode("c", 1, "why", info, nullptr);
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.AuthorizeSocialCode("c", 1, "why", info, context);
          },
          {{kFinalizeCodePath, Keyed()},
           {"POST /api/customer/registry/v2/tokens/external", Bare()},
           {test::kTrustsPath, Bearer("2.e30.c")},
           {test::kOwnContextPath, Bearer("2.e30.c")}}},
+        {"a provider's code, and a sign-up that times out and is repeated",
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.AuthorizeSocialCode("c", 1, "why", info, context);
+         },
+         {{kFinalizeCodePath, Keyed()},
+          {kFinalizeCodePath, Keyed()},
+          {"POST /api/customer/registry/v2/tokens/external", Bare()},
+          {test::kTrustsPath, Bearer("3.e30.c")},
+          {test::kOwnContextPath, Bearer("3.e30.c")}},
+         {{0x81000014}}},
     });
 }
 
 TEST_F(FlowHeaders, OfASignedInSession) {
-    const auto information = [](Session& client, ServiceErrorInfo* info) {
+    const auto information = [](Session& client, ServiceErrorInfo* info, void* context) {
         registry::CustomerInfo customer;
-        return client.GetCustomerInfo(customer, info, nullptr);
+        return client.GetCustomerInfo(customer, info, context);
     };
-    const auto providers = [](Session& client, ServiceErrorInfo* info) {
+    const auto providers = [](Session& client, ServiceErrorInfo* info, void* context) {
         portable_stl::string text;
-        return client.GetSocialProviders(text, ';', info, nullptr);
+        return client.GetSocialProviders(text, ';', info, context);
     };
     Expect<Customer>({
         {"own context",
-         [](Session& client, ServiceErrorInfo* info) { return client.SelectContext(0, "", info, nullptr); },
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.SelectContext(0, "", info, context);
+         },
          {{test::kOwnContextPath, Bearer("old.e30.c")}}},
         {"a trustor's context",
-         [](Session& client, ServiceErrorInfo* info) { return client.SelectContext(1, "o", info, nullptr); },
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.SelectContext(1, "o", info, context);
+         },
          {{test::kTrustPath, Bearer("old.e30.c")}}},
         {"a context without a token: the header is there and empty",
-         [](Session& client, ServiceErrorInfo* info) { return client.SelectContext(0, "", info, nullptr); },
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.SelectContext(0, "", info, context);
+         },
          {{test::kOwnContextPath,
            test::With(kStandardHeaders, {{"Authorization", ""}, {"x-vqm-custom", "vqm-client"}})}},
          {},
          false},
         {"contexts",
-         [](Session& client, ServiceErrorInfo* info) {
+         [](Session& client, ServiceErrorInfo* info, void* context) {
              portable_stl::vector<ContextEntry> contexts;
-             return client.GetContexts(contexts, info, nullptr);
+             return client.GetContexts(contexts, info, context);
          },
          {{test::kTrustsPath, Bearer("old.e30.c")}}},
+        {"contexts, the own one among them",
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             static_cast<Customer&>(client).dynamicContextAvailable = true;
+             portable_stl::vector<ContextEntry> contexts;
+             return client.GetContexts(contexts, info, context);
+         },
+         {{test::kTrustsPath, Bearer("old.e30.c")}, {test::kUserPath, Bearer("old.e30.c", kUserHeaders)}}},
         {"the user's details", information, {{test::kUserPath, Bearer("old.e30.c", kUserHeaders)}}},
         {"providers", providers, {{test::kProvidersPath, Bearer("old.e30.c")}}},
         {"providers, nobody signed in", providers, {{test::kProvidersPath, Bare()}}, {}, false},
         {"identity records",
-         [](Session& client, ServiceErrorInfo* info) {
-             return client.ObtainIdentitySecret("", "", info, nullptr);
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.ObtainIdentitySecret("", "", info, context);
          },
          {{test::kIdentitiesPath, Bearer("old.e30.c", kRecordHeaders)},
           {test::kNewIdentityPath, Bearer("old.e30.c", kRecordHeaders)},
           {kRecordSecretPath, Bearer("old.e30.c", kSecretHeaders)}}},
         {"a renewal",
-         [](Session& client, ServiceErrorInfo* info) {
-             return client.ReauthorizeViaIdentity("s", 0, "", info, nullptr);
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.ReauthorizeViaIdentity("s", 0, "", info, context);
          },
          {{test::kIdentitySignInPath, Bare()}, {test::kOwnContextPath, Bearer("1.e30.c")}}},
         {"a 401 renews, and the new token stands in the old one's place",
@@ -250,22 +295,24 @@ TEST_F(FlowHeaders, OfASignedInSession) {
 TEST_F(FlowHeaders, OfABusiness) {
     Expect<Business>({
         {"password",
-         [](Session& client, ServiceErrorInfo* info) { return client.Authorize("a", "b", info, nullptr); },
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.Authorize("a", "b", info, context);
+         },
          {{"POST /api/business/registry/v2/tokens", Bare()}}},
         {"a provider's code",
-         [](Session& client, ServiceErrorInfo* info) {
-             return client.AuthorizeSocialCode("c", 0, info, nullptr);
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.AuthorizeSocialCode("c", 0, info, context);
          },
          {{"POST /api/business/registry/v2/tokens/external", Bare()}}},
         {"a provider's code, and a sign-up",
-         [](Session& client, ServiceErrorInfo* info) {
-             return client.AuthorizeSocialCode("c", 1, info, nullptr);
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.AuthorizeSocialCode("c", 1, info, context);
          },
          {{"POST /api/quillmark/USE_DYNAMIC_CONTEXT", Bare()},
           {"POST /api/business/registry/v2/tokens/external", Bare()}}},
         {"a renewal",
-         [](Session& client, ServiceErrorInfo* info) {
-             return client.ReauthorizeViaIdentity("s", 2, "", info, nullptr);
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.ReauthorizeViaIdentity("s", 2, "", info, context);
          },
          {{"POST /api/business/registry/v2/tokens/identity", Bare()}}},
     });
@@ -274,7 +321,9 @@ TEST_F(FlowHeaders, OfABusiness) {
 TEST_F(FlowHeaders, OfAnAdministrator) {
     Expect<Administrator>({
         {"password",
-         [](Session& client, ServiceErrorInfo* info) { return client.Authorize("a", "b", info, nullptr); },
+         [](Session& client, ServiceErrorInfo* info, void* context) {
+             return client.Authorize("a", "b", info, context);
+         },
          {{"POST /api/admin/id/v0/tokens/password", Bare()}}},
     });
 }

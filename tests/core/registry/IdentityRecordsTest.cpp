@@ -62,7 +62,13 @@ TEST_F(IdentityRecords, FindsTheFirstRecordThatIsOurs) {
         {"the first of two",
          "[" + own + R"(,{"id":"8","name":"VQM_Identity","type":"VQM_Access",)" + R"("role":"Regular"}])",
          "7"},
-        {"values in another case",
+        {"the name in another case",
+         R"([{"id":"7","name":"vqm_identity","type":"VQM_Access","role":"Regular"}])", "7"},
+        {"the type in another case",
+         R"([{"id":"7","name":"VQM_Identity","type":"vqm_ACCESS","role":"Regular"}])", "7"},
+        {"the role in another case",
+         R"([{"id":"7","name":"VQM_Identity","type":"VQM_Access","role":"rEGULAR"}])", "7"},
+        {"all values in another case",
          R"([{"id":"7","name":"vqm_IDENTITY","type":"vqm_access","role":"REGULAR"}])", "7"},
         {"names in another case",
          R"([{"ID":"7","Name":"VQM_Identity","TYPE":"VQM_Access","Role":"Regular"}])", "7"},
@@ -145,53 +151,63 @@ TEST_F(IdentityRecords, WithoutATokenTheServiceIsAskedAllTheSame) {
 
 TEST_F(IdentityRecords, EveryFailureLeavesNoSecret) {
     const std::string own = std::string("[") + kOwnRecord + "]";
+    const test::Recorded kept = test::kOldRefusal;
     const struct {
         const char* name;
         std::vector<test::ServiceAnswer> answers;
         std::uint32_t expected;
+        test::Recorded recorded;
     } rows[] = {
-        {"records: 401 starts no renewal", {{401, ""}}, 0x82000002},
-        {"records: network", {{0x81000006, ""}}, 0x80000006},
-        {"records: time-out", {{0x81000014, ""}}, 0x81000014},
-        {"records: 500", {{500, ""}}, 0x82000003},
-        {"records: 503", {{503, ""}}, 0x8000000C},
-        {"records: no JSON", {{200, "<html>"}}, 0x82000004},
-        {"records: no body", {{200, ""}}, 0x82000004},
-        {"records: 400", {{400, ""}}, 0x82000004},
-        {"records: 403", {{403, ""}}, 0x82000004},
-        {"records: 404", {{404, ""}}, 0x82000004},
-        {"records: 204 is no success", {{204, ""}}, 0x82000004},
-        {"new record: 400", {{200, "[]"}, {400, ""}}, 0x82000004},
-        {"new record: 403", {{200, "[]"}, {403, ""}}, 0x82000004},
-        {"new record: 404", {{200, "[]"}, {404, ""}}, 0x82000005},
-        {"new record: 500", {{200, "[]"}, {500, ""}}, 0x82000003},
-        {"new record: 503", {{200, "[]"}, {503, ""}}, 0x8000000C},
-        {"new record: time-out", {{200, "[]"}, {0x81000014, ""}}, 0x81000014},
-        {"new record: 409", {{200, "[]"}, {409, ""}}, 0x82000005},
-        {"new record: 401 starts no renewal", {{200, "[]"}, {401, ""}}, 0x82000002},
-        {"new record: network", {{200, "[]"}, {0x81000006, ""}}, 0x80000006},
-        {"new record: 201 is no success", {{200, "[]"}, {201, R"({"id":"7"})"}}, 0x82000004},
-        {"new record: no JSON", {{200, "[]"}, {200, "<html>"}}, 0x82000004},
-        {"new record: no id", {{200, "[]"}, {200, R"({"name":"x"})"}}, 0x82000004},
-        {"token: 400", {{200, own}, {400, ""}}, 0x82000004},
-        {"token: 403", {{200, own}, {403, ""}}, 0x82000002},
-        {"token: 500", {{200, own}, {500, ""}}, 0x82000003},
-        {"token: 503", {{200, own}, {503, ""}}, 0x8000000C},
-        {"token: 204 is no success", {{200, own}, {204, ""}}, 0x82000004},
-        {"token: time-out", {{200, own}, {0x81000014, ""}}, 0x81000014},
-        {"token of a new record: 404", {{200, "[]"}, {200, R"({"id":"7"})"}, {404, ""}}, 0x82000002},
-        {"token: 404", {{200, own}, {404, ""}}, 0x82000002},
-        {"token: 401 starts no renewal", {{200, own}, {401, ""}}, 0x82000002},
-        {"token: network", {{200, own}, {0x81000006, ""}}, 0x80000006},
-        {"token: empty", {{200, own}, {200, ""}}, 0x82000004},
-        {"token: a zero byte first", {{200, own}, {200, std::string("\0secret", 7)}}, 0x82000004},
+        {"records: 401 starts no renewal", {{401, ""}}, 0x82000002, kept},
+        {"records: network", {{0x81000006, ""}}, 0x80000006, kept},
+        {"records: time-out", {{0x81000014, ""}}, 0x81000014, kept},
+        {"records: 500", {{500, ""}}, 0x82000003, {0x82000003, 500}},
+        {"records: 503", {{503, ""}}, 0x8000000C, {0x8000000C, 503}},
+        {"records: no JSON", {{200, "<html>"}}, 0x82000004, kept},
+        {"records: no body", {{200, ""}}, 0x82000004, kept},
+        {"records: 400", {{400, ""}}, 0x82000004, {0x82000004, 400}},
+        {"records: 403", {{403, ""}}, 0x82000004, {0x82000004, 403}},
+        {"records: 404", {{404, ""}}, 0x82000004, {0x82000004, 404}},
+        {"records: 204 is no success", {{204, ""}}, 0x82000004, {0x82000004, 204}},
+        {"new record: 400", {{200, "[]"}, {400, ""}}, 0x82000004, {0x82000004, 400}},
+        {"new record: 403", {{200, "[]"}, {403, ""}}, 0x82000004, {0x82000004, 403}},
+        {"new record: 404", {{200, "[]"}, {404, ""}}, 0x82000005, {0x82000005, 404}},
+        {"new record: 500", {{200, "[]"}, {500, ""}}, 0x82000003, {0x82000003, 500}},
+        {"new record: 503", {{200, "[]"}, {503, ""}}, 0x8000000C, {0x8000000C, 503}},
+        {"new record: time-out", {{200, "[]"}, {0x81000014, ""}}, 0x81000014, kept},
+        {"new record: 409", {{200, "[]"}, {409, ""}}, 0x82000005, {0x82000005, 409}},
+        {"new record: 401 starts no renewal", {{200, "[]"}, {401, ""}}, 0x82000002, kept},
+        {"new record: network", {{200, "[]"}, {0x81000006, ""}}, 0x80000006, kept},
+        {"new record: 201 is no success",
+         {{200, "[]"}, {201, R"({"id":"7"})"}},
+         0x82000004,
+         {0x82000004, 201}},
+        {"new record: no JSON", {{200, "[]"}, {200, "<html>"}}, 0x82000004, kept},
+        {"new record: no id", {{200, "[]"}, {200, R"({"name":"x"})"}}, 0x82000004, kept},
+        {"token: 400", {{200, own}, {400, ""}}, 0x82000004, {0x82000004, 400}},
+        {"token: 403", {{200, own}, {403, ""}}, 0x82000002, {0x82000002, 403}},
+        {"token: 500", {{200, own}, {500, ""}}, 0x82000003, {0x82000003, 500}},
+        {"token: 503", {{200, own}, {503, ""}}, 0x8000000C, {0x8000000C, 503}},
+        {"token: 204 is no success", {{200, own}, {204, ""}}, 0x82000004, {0x82000004, 204}},
+        {"token: time-out", {{200, own}, {0x81000014, ""}}, 0x81000014, kept},
+        {"token of a new record: 404",
+         {{200, "[]"}, {200, R"({"id":"7"})"}, {404, ""}},
+         0x82000002,
+         {0x82000002, 404}},
+        {"token: 404", {{200, own}, {404, ""}}, 0x82000002, {0x82000002, 404}},
+        {"token: 401 starts no renewal", {{200, own}, {401, ""}}, 0x82000002, kept},
+        {"token: network", {{200, own}, {0x81000006, ""}}, 0x80000006, kept},
+        {"token: empty", {{200, own}, {200, ""}}, 0x82000004, kept},
+        {"token: a zero byte first", {{200, own}, {200, std::string("\0secret", 7)}}, 0x82000004, kept},
     };
     for (const auto& row : rows) {
         RememberOldSession();
+        RememberOldRefusal();
         Script(row.answers);
         EXPECT_EQ(Obtain(), Code(row.expected)) << row.name;
         EXPECT_EQ(platform.requests.size(), row.answers.size()) << row.name;
         EXPECT_EQ(State(), "old.e30.sig, 1, , 1, old org") << row.name;
+        EXPECT_EQ(Record(), row.recorded) << row.name;
     }
 }
 

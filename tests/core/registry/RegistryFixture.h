@@ -66,6 +66,29 @@ struct ServiceAnswer {
     std::string headerLines = {};  // behind the status line, each with its end
 };
 
+/// What the error record tells of the last refusal.
+struct Recorded {
+    std::uint32_t resultCode;
+    std::uint32_t httpCode;
+};
+inline bool operator==(const Recorded& left, const Recorded& right) {
+    return left.resultCode == right.resultCode && left.httpCode == right.httpCode;
+}
+inline void PrintTo(const Recorded& recorded, std::ostream* out) {
+    PrintTo(static_cast<ResultCode>(recorded.resultCode), out);
+    *out << " by status " << recorded.httpCode;
+}
+
+/// What RememberOldRefusal leaves: no step of a flow brings this pair.
+inline constexpr Recorded kOldRefusal = {0x81000001, 299};
+
+/// What a step leaves in the record that ends in `code` by this answer: a refusal is told there, a failure of
+/// the transport is not, and neither is a good status whose body lacks something.
+inline Recorded RecordedBy(const ServiceAnswer& answer, std::uint32_t code) {
+    const bool isRefusal = answer.status < 0x80000000 && answer.status != 200;
+    return isRefusal ? Recorded{code, answer.status} : kOldRefusal;
+}
+
 using AnyClient = registry::RegistryClient<SystemApi>;
 
 /// "token text, mark, secret, context mode, context id"
@@ -114,6 +137,14 @@ protected:
         client.contextMode = 1;
         client.contextId = "old org";
     }
+
+    /// A refusal from before in the error record: kOldRefusal.
+    void RememberOldRefusal() {
+        errorInfo = {};
+        errorInfo.resultCode = kOldRefusal.resultCode;
+        errorInfo.httpCode = kOldRefusal.httpCode;
+    }
+    Recorded Record() const { return {errorInfo.resultCode, errorInfo.httpCode}; }
 
     /// "METHOD path" of every request so far.
     Lines Requested() const { return platform.RequestLines(kBaseUrl); }

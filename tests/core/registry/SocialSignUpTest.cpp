@@ -24,6 +24,7 @@ struct Form {
     const char* path;                   // of the sign-up
     const char* pathBehind;             // of the request for a token
     const char* failureLine;
+    test::Recorded recorded;  // what `before` leaves in the error record
     std::function<ResultCode(Client&)> run;
 };
 
@@ -36,6 +37,7 @@ protected:
              test::kSignUpByTokenPath,
              test::kSocialTokenPath,
              "SocialSignUpTokenFinalize: failed to make signup finalization",
+             {0x82000011, 404},
              [this](Client& c) {
                  return c.AuthorizeSocialToken("acme", "pt-1", "trial", &errorInfo, context);
              }},
@@ -44,6 +46,7 @@ protected:
              test::kSignUpByCodePath,
              test::kSocialCodePath,
              "SocialSignUpCodeFinalize: failed to make signup finalization",
+             test::kOldRefusal,
              [this](Client& c) { return c.AuthorizeSocialCode("c-1", 1, "trial", &errorInfo, context); }},
         };
     }
@@ -95,8 +98,11 @@ TEST_F(SocialSignUp, ARefusalEndsTheSignIn) {
         for (const auto& row : rows) {
             SCOPED_TRACE(std::string(form.name) + ", " + row.name);
             RememberOldSession();
+            RememberOldRefusal();
             ScriptSignUp(form, {row.answer});
             EXPECT_EQ(form.run(client), Code(row.expected));
+            const test::Recorded recorded = test::RecordedBy(row.answer, row.expected);
+            EXPECT_EQ(Record(), recorded == test::kOldRefusal ? form.recorded : recorded);
             ASSERT_EQ(platform.requests.size(), form.before.size() + 1);
             EXPECT_EQ(Requested().back(), form.path) << "no token is asked for";
             EXPECT_EQ(State(), test::ResetSession("old.e30.sig"));

@@ -1,8 +1,6 @@
 // What the file operations answer when the system lets them down.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -16,6 +14,7 @@
 #include "platform/linux/Files.h"
 #include "tests/platform/linux/ChildProcess.h"
 #include "tests/platform/linux/FailingSystemCall.h"
+#include "tests/platform/linux/SmallDisk.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -126,21 +125,9 @@ TEST_F(LinuxFileFaults, AWriteThatEndsHalfWayIsAWriteFailure) {
     EXPECT_EQ(test::ReadWhole(Path()), "0123456789");
 }
 
-// Gives this process a disk of 64 KiB at `path`, that nobody else sees.
-bool MountSmallDisk(const std::string& path) {
-    const bool root = geteuid() == 0;
-    const std::string map = "0 " + std::to_string(geteuid()) + " 1";
-    if (unshare(root ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER) != 0)
-        return false;
-    if (!root)
-        test::WriteWhole("/proc/self/uid_map", map);
-    return mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-           mount("tmpfs", path.c_str(), "tmpfs", 0, "size=64k") == 0;
-}
-
 TEST_F(LinuxFileFaults, AFullDiskIsAWriteFailure) {
     const std::string result = test::InChild([&] {
-        if (!MountSmallDisk(folder.Path().string()))
+        if (!test::MountSmallDisk(folder.Path().string()))
             return std::string("not permitted");
         const std::string bytes(1'000'000, 'a');
         std::ostringstream text;
