@@ -9,6 +9,7 @@
 #include "core/src/QuillmarkClient.h"
 #include "core/src/Version.h"
 #include "facade/src/ClientPrivate.h"
+#include "facade/src/LogRouting.h"
 #include "facade/src/TokenCache.h"
 
 namespace Quillmark {
@@ -59,18 +60,24 @@ QJsonObject Client::getDecodedAccessToken(const QByteArray& accessToken) {
 }
 
 void Client::startSignIn(const QString& login, const QString& password) {
-    d_func()->start(&ClientPrivate::finishSignInStep, &ClientPrivate::signIn, login, password);
+    d_func()->startSignIn(login, password);
 }
 
 void Client::startConfirmSecondFactor(const QString& login, const QString& challengeToken,
                                       const QString& code) {
-    d_func()->start(&ClientPrivate::finishSignInStep, &ClientPrivate::confirmSecondFactor, login,
-                    challengeToken, code);
+    d_func()->startConfirmSecondFactor(login, challengeToken, code);
 }
 
 void Client::startSignInToContext(const QString& login, SignIn::ContextType type, const QString& contextId) {
-    d_func()->start(&ClientPrivate::finishContextStep, &ClientPrivate::signInToContext, login, type,
-                    contextId);
+    d_func()->startSignInToContext(login, type, contextId);
+}
+
+void Client::startOAuthSignIn(const QString& authCode, const QString& operation) {
+    d_func()->startOAuthSignIn(authCode, operation);
+}
+
+void Client::startFetchExternalOauthProviders() {
+    d_func()->startFetchExternalOauthProviders();
 }
 
 void Client::signOut() {
@@ -90,9 +97,8 @@ QByteArray Client::refreshAccessToken(bool onlyIfExpired) const {
 }
 
 void Client::startGetUserInfo() {
-    if (!getIsSignedIn())
-        return;
-    d_func()->start(&ClientPrivate::finishUserInfo, &ClientPrivate::fetchUserInfo);
+    if (getIsSignedIn())
+        d_func()->startGetUserInfo();
 }
 
 QString Client::getBasicEndpoint() const {
@@ -107,6 +113,11 @@ QString Client::getPCGuid() const {
     if (!IsSuccess(d_func()->native().GetDeviceId(deviceId)))
         return {};
     return QString::fromStdString(deviceId);
+}
+
+void Client::persistIdentityToFile(const QString& path) const {
+    if (!IsSuccess(d_func()->native().PersistIdentityToken(path.toStdString())))
+        logFailure(QStringLiteral("Failed to inject identity token to config file %1").arg(path));
 }
 
 }  // namespace Quillmark

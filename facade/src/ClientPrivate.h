@@ -1,8 +1,8 @@
 // The private half of Client: the native client, the workers and what their ends tell the host.
 //
-// Its sources by subject: ClientPrivate.cpp starts and ends it, TokenCache.cpp keeps the access token,
+// Its sources by subject: ClientPrivate.cpp starts and ends it, Tasks.cpp says what each start...() runs,
 // Workers.cpp talks to the service on the pool's threads, SignInDialogue.cpp turns codes into the steps of a
-// sign-in. Lock order: `mutex` first, then the native client's own.
+// sign-in, TokenCache.cpp keeps the access token. Lock order: `mutex` first, then the native client's own.
 #pragma once
 
 #include <Quillmark/Client.h>
@@ -13,6 +13,7 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QFutureWatcher>
 #include <QtCore/QJsonObject>
+#include <QtCore/QList>
 #include <QtCore/QMutex>
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
@@ -22,7 +23,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <tuple>
 #include <type_traits>
 
 #include "core/src/QuillmarkClient.h"
@@ -37,22 +37,6 @@ using UserInfoResult = ResultPair<SignIn::UserInfo>;
 struct InterfaceRelease {
     void operator()(quillmarkclient::IQuillmarkClient* native) const { native->Release(); }
 };
-
-// What `finish` finds when a worker has thrown. The login is the first argument of every worker whose failure
-// names one. Made before the worker runs: behind an exhausted memory nothing can be made.
-template <typename Result, typename... Arguments>
-[[nodiscard]] Result thrownResult(const Arguments&... arguments) {
-    Result result;
-    result.error = QUILLMARKCLIENT_ERROR::kInternalError;
-    if constexpr (sizeof...(Arguments) != 0) {
-        const QString& login = std::get<0>(std::tie(arguments...));
-        if constexpr (std::is_same_v<Result, ContextResult>)
-            result.value = login;
-        else
-            result.value.login = login;
-    }
-    return result;
-}
 
 // Watches one task. An exception that leaves a slot ends the process, so none comes out of here: the task
 // keeps its own inside, but storing its result may throw too, and the future would throw that again.
@@ -86,26 +70,36 @@ public:
     [[nodiscard]] bool hasStarted() const { return instance != nullptr; }
     [[nodiscard]] quillmarkclient::IQuillmarkClient* sharedInterface() const { return nativeInterface.get(); }
 
+    // ---- On the caller's thread; each but the last starts a task
+    void startSignIn(const QString& login, const QString& password);
+    void startConfirmSecondFactor(const QString& login, const QString& challengeToken, const QString& code);
+    void startSignInToContext(const QString& login, SignIn::ContextType type, const QString& contextId);
+    void startOAuthSignIn(const QString& authCode, const QString& operation);
+    void startFetchExternalOauthProviders();
+    void startGetUserInfo();
+    void signOut();
+
     // Runs `worker(this, arguments...)` with copies of the arguments on the pool; `finish` runs behind it on
     // this object's thread. The caller's thread delivers the end, so it must run an event loop. Whatever the
-    // worker throws, `finish` finds the failure of thrownResult().
-    template <typename Worker, typename... Arguments>
-    void start(void (ClientPrivate::*finish)(), Worker worker, const Arguments&... arguments);
+    // worker throws, `finish` finds `thrown`, made ahead: behind an exhausted memory nothing can be made.
+    template <typename Result, typename Worker, typename... Arguments>
+    void start(const Result& thrown, void (ClientPrivate::*finish)(), Worker worker,
+               const Arguments&... arguments);
 
     // ---- Workers, on a thread of the pool
     SignInResult signIn(const QString& login, const QString& password);
     SignInResult confirmSecondFactor(const QString& login, const QString& challengeToken,
                                      const QString& code);
     ContextResult signInToContext(const QString& login, SignIn::ContextType type, const QString& contextId);
+    SignInResult oauthSignIn(const QString& authCode, const QString& operation);
+    QList<QString> fetchExternalOauthProviders();
     UserInfoResult fetchUserInfo();
 
     // ---- Ends of the workers, on this object's thread
     void finishSignInStep();
     void finishContextStep();
+    void finishExternalOauthProviders();
     void finishUserInfo();
-
-    // ---- On the caller's thread
-    void signOut();
 
     // ---- The token cache; each takes `mutex`
     [[nodiscard]] QByteArray cachedAccessToken();
@@ -144,10 +138,10 @@ private:
     QString language;  // of the update feed
 };
 
-template <typename Worker, typename... Arguments>
-void ClientPrivate::start(void (ClientPrivate::*finish)(), Worker worker, const Arguments&... arguments) {
-    using Result = std::invoke_result_t<Worker, ClientPrivate*, const Arguments&...>;
-    const auto guarded = [this, worker, thrown = thrownResult<Result>(arguments...)](const auto&... copies) {
+template <typename Result, typename Worker, typename... Arguments>
+void ClientPrivate::start(const Result& thrown, void (ClientPrivate::*finish)(), Worker worker,
+                          const Arguments&... arguments) {
+    const auto guarded = [this, worker, thrown](const auto&... copies) -> Result {
         try {
             return std::invoke(worker, this, copies...);
         } catch (...) {
@@ -159,7 +153,7 @@ void ClientPrivate::start(void (ClientPrivate::*finish)(), Worker worker, const 
             return thrown;
         }
     };
-    auto watcher = std::make_unique<TaskWatcher<Result>>(thrownResult<Result>(arguments...));
+    auto watcher = std::make_unique<TaskWatcher<Result>>(thrown);
     connect(watcher.get(), &QFutureWatcherBase::finished, this, finish);
     watcher->setFuture(QtConcurrent::run(pool, guarded, arguments...));
     (void)watcher.release();  // takeResult deletes it

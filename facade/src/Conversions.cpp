@@ -12,6 +12,22 @@ std::uint32_t toNativeKind(SignIn::ContextType type) {
     return type == SignIn::ContextType::Organization ? 1 : 0;
 }
 
+std::uint32_t toSocialOperation(const QString& operation) {
+    constexpr struct {
+        QLatin1String text;
+        std::uint32_t value;
+    } kOperations[] = {
+        {QLatin1String("SIGN_IN"), 0},
+        {QLatin1String("SIGN_UP"), 1},
+        {QLatin1String("LINK"), 2},
+    };
+    for (const auto& row : kOperations) {
+        if (operation == row.text)
+            return row.value;
+    }
+    return 0;
+}
+
 QList<SignIn::SignInContext> toContexts(const std::vector<quillmarkclient::ContextEntry>& entries) {
     QList<SignIn::SignInContext> contexts;
     contexts.reserve(static_cast<qsizetype>(entries.size()));

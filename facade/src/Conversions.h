@@ -18,6 +18,10 @@ namespace Quillmark {
 [[nodiscard]] SignIn::ContextType toContextType(std::uint32_t kind);
 [[nodiscard]] std::uint32_t toNativeKind(SignIn::ContextType type);
 
+// The number of a social sign-in's operation: "SIGN_IN" 0, "SIGN_UP" 1, "LINK" 2, in exactly this spelling;
+// any other text is 0.
+[[nodiscard]] std::uint32_t toSocialOperation(const QString& operation);
+
 [[nodiscard]] QList<SignIn::SignInContext> toContexts(
     const std::vector<quillmarkclient::ContextEntry>& entries);
 

@@ -24,7 +24,11 @@ void writeTrace(const char* format, ...) {
 }
 
 void writeError(quint32 code, const char* message, const char* sourceFile, quint32 line) {
-    qCCritical(quillmarkCategory).noquote() << errorLine(code, message, sourceFile, line);
+    logFailure(errorLine(code, message, sourceFile, line));
+}
+
+void logFailure(const QString& text) {
+    qCCritical(quillmarkCategory).noquote() << text;
 }
 
 QString errorLine(quint32 code, const char* message, const char* sourceFile, quint32 line) {

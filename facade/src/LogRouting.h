@@ -19,6 +19,9 @@ void installLogHooks();
 [[gnu::format(printf, 1, 2)]] void writeTrace(const char* format, ...);
 void writeError(quint32 code, const char* message, const char* sourceFile, quint32 line);
 
+// A failure of the facade's own, at critical level.
+void logFailure(const QString& text);
+
 // The line of a failure: "Source: <file>(<line>): error: 0x<code>: <message>". The path is cut to what stands
 // after its last backslash; forward slashes stay.
 [[nodiscard]] QString errorLine(quint32 code, const char* message, const char* sourceFile, quint32 line);

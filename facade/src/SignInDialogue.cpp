@@ -76,6 +76,11 @@ void ClientPrivate::emitSignInEnd(const QString& login, QUILLMARKCLIENT_ERROR co
         Q_EMIT host().signInFailed(login, code, Client::getErrorMessage(code));
 }
 
+void ClientPrivate::finishExternalOauthProviders() {
+    const auto providers = takeResult<QList<QString>>();
+    Q_EMIT host().externalOauthProvidersFetched(providers);
+}
+
 void ClientPrivate::finishUserInfo() {
     const auto result = takeResult<UserInfoResult>();
     if (IsSuccess(result.error))

@@ -25,6 +25,24 @@ ContextResult ClientPrivate::signInToContext(const QString& login, SignIn::Conte
     return {selectContext(toNativeKind(type), contextId.toStdString()), login};
 }
 
+SignInResult ClientPrivate::oauthSignIn(const QString& authCode, const QString& operation) {
+    const auto code = native().SignInWithSocialCode(authCode.toStdString(), toSocialOperation(operation));
+    // The person gave no login: the account's address stands for it, as far as the service tells it.
+    quillmarkclient::CustomerDataValue data;
+    static_cast<void>(native().GetCustomerData(data));
+    return resolveSignInStep(code, QString::fromStdString(data.email));
+}
+
+QList<QString> ClientPrivate::fetchExternalOauthProviders() {
+    std::vector<std::string> keys;
+    static_cast<void>(native().GetSocialProviders(keys));  // a failure is an empty list
+    QList<QString> providers;
+    providers.reserve(static_cast<qsizetype>(keys.size()));
+    for (const std::string& key : keys)
+        providers.append(QString::fromStdString(key));
+    return providers;
+}
+
 UserInfoResult ClientPrivate::fetchUserInfo() {
     quillmarkclient::CustomerDataValue data;
     const auto code = native().GetCustomerData(data);

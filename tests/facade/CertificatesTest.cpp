@@ -43,11 +43,7 @@ void CertificatesTest::signsInAtATrustedServerOnly() {
     ClientPrivate half(host_.client, params);
     QVERIFY(half.hasStarted());
     const QString password = QString::fromStdString(server.account("plain").password);
-    QTEST(host_.answerTo([&] {
-        half.start(&ClientPrivate::finishSignInStep, &ClientPrivate::signIn, host_.loginOf("plain"),
-                   password);
-    }),
-          "expected");
+    QTEST(host_.answerTo([&] { half.startSignIn(host_.loginOf("plain"), password); }), "expected");
     QCOMPARE(half.native().IsSignedIn(), flaw == static_cast<int>(CertificateFlaw::none));
 }
 

@@ -96,11 +96,12 @@ void ClientParamsTest::readsTwoFlags_data() {
     QTest::addColumn<quint32>("clientKind");
     QTest::addColumn<quint8>("useAlternateKeys");
     QTest::newRow("none") << 0u << 0u << quint8{0};
-    QTest::newRow("1 is not read") << 1u << 0u << quint8{0};
     QTest::newRow("2: alternate keys") << 2u << 0u << quint8{1};
     QTest::newRow("4: a business") << 4u << 1u << quint8{0};
     QTest::newRow("6: both") << 6u << 1u << quint8{1};
-    QTest::newRow("8 is not read") << 8u << 0u << quint8{0};
+    for (const int bit : {0, 3, 4, 5, 6, 7, 8, 15, 16, 23, 24, 30, 31})
+        QTest::addRow("bit %d is not read", bit) << (1u << bit) << 0u << quint8{0};
+    QTest::newRow("all but the two") << ~6u << 0u << quint8{0};
     QTest::newRow("all bits, never an administrator") << ~0u << 1u << quint8{1};
 }
 
@@ -118,7 +119,13 @@ void ClientParamsTest::writesTheServiceUrl_data() {
     QTest::addColumn<QString>("text");
     QTest::newRow("nothing is trimmed") << QUrl("https://a.test/x/") << "https://a.test/x/";
     QTest::newRow("a port") << QUrl("http://127.0.0.1:8080") << "http://127.0.0.1:8080";
+    QTest::newRow("a blank, as a reader sees it") << QUrl("https://a.test/a%20b") << "https://a.test/a b";
+    QTest::newRow("no ASCII, as UTF-8")
+        << QUrl("https://a.test/S%C3%B6hne") << QString::fromUtf8("https://a.test/Söhne");
+    QTest::newRow("user and password stay") << QUrl("https://u:p@a.test/") << "https://u:p@a.test/";
+    QTest::newRow("a query and a fragment stay") << QUrl("https://a.test/x?y#z") << "https://a.test/x?y#z";
     QTest::newRow("no URL") << QUrl("http://a.test:port") << "";
+    QTest::newRow("empty") << QUrl() << "";
 }
 
 void ClientParamsTest::writesTheServiceUrl() {

@@ -13,6 +13,7 @@
 #include "core/src/system/LogOutlets.h"
 #include "facade/src/LogRouting.h"
 #include "tests/facade/HostFixture.h"
+#include "tests/facade/LogCapture.h"
 #include "tests/support/AllocationFailure.h"
 
 using Quillmark::Client;
@@ -20,13 +21,6 @@ using Quillmark::ClientParams;
 using Quillmark::ClientPrivate;
 
 namespace {
-
-QStringList criticalLines;
-
-void capture(QtMsgType type, const QMessageLogContext&, const QString& text) {
-    if (type == QtCriticalMsg)
-        criticalLines << text;
-}
 
 void ignoreError(std::uint32_t, const char*, const char*, std::uint32_t) {}
 
@@ -67,23 +61,19 @@ private:
 };
 
 void ClientPrivateTest::givesNothingWithoutAnApplication() {
-    criticalLines.clear();
-    const auto before = qInstallMessageHandler(capture);
+    const test_support::LogCapture log;
     QCOMPARE(Client::create(nullptr, paramsFor(storage_)), nullptr);
-    qInstallMessageHandler(before);
-    QCOMPARE(criticalLines, QStringList());
+    QCOMPARE(log.text(), QString());
 }
 
 void ClientPrivateTest::refusesBadParameters() {
     ClientParams params = paramsFor(storage_);
     params.serviceUrl.clear();
-    criticalLines.clear();
-    const auto before = qInstallMessageHandler(capture);
+    const test_support::LogCapture log;
     QCOMPARE(Client::create(QCoreApplication::instance(), params), nullptr);
-    qInstallMessageHandler(before);
-    QVERIFY2(
-        !criticalLines.isEmpty() && criticalLines.first().contains("error: 0x80000002: Invalid parameters."),
-        qPrintable(criticalLines.join('\n')));
+    const QStringList failures = log.lines(QtCriticalMsg);
+    QVERIFY2(!failures.isEmpty() && failures.first().contains("error: 0x80000002: Invalid parameters."),
+             qPrintable(log.text()));
     QVERIFY(QCoreApplication::instance()->findChildren<Client*>().isEmpty());
     QVERIFY(quillmarkclient_core::ProcessLogOutlets().error == &Quillmark::writeError);
 }
@@ -146,8 +136,15 @@ void ClientPrivateTest::takesAMissingSenderAsAnEmptyResult() {
     QVERIFY(half != nullptr);
     half->finishSignInStep();
     half->finishContextStep();
+    half->finishExternalOauthProviders();
     half->finishUserInfo();
-    QCOMPARE(recorder.lines, QStringList({"signInSucceeded ", "signInSucceeded ", "userInfoFetched"}));
+    QCOMPARE(recorder.lines, QStringList({"signInSucceeded ", "signInSucceeded ",
+                                          "externalOauthProvidersFetched ", "userInfoFetched"}));
+    const auto& info = recorder.userInfo;
+    for (const QString& text : {info.id, info.firstName, info.lastName, info.email, info.customerNumber,
+                                info.customerContactNumber})
+        QVERIFY(text.isEmpty());
+    QVERIFY(!info.isBusiness);
 }
 
 void ClientPrivateTest::refusesToWorkWithoutANativeClient() {
@@ -181,12 +178,22 @@ void ClientPrivateTest::answersAThrowOfAWorker() {
         return {};
     };
     const QString login("anna");
-    QCOMPARE(answerTo([&] { half->start(&ClientPrivate::finishSignInStep, signIn, login); }),
-             QString("signInFailed anna 0x80000001 Internal program error"));
-    QCOMPARE(answerTo([&] { half->start(&ClientPrivate::finishContextStep, chooseContext, login); }),
-             QString("signInFailed anna 0x80000001 Internal program error"));
-    QCOMPARE(answerTo([&] { half->start(&ClientPrivate::finishUserInfo, fetch); }),
-             QString("fetchUserInfoFailed 0x80000001 Internal program error"));
+    const auto thrown = QUILLMARKCLIENT_ERROR::kFileRead;  // none that a worker gives here
+    const QString failed("signInFailed anna 0x81000002 Can not read a file");
+    QCOMPARE(answerTo([&] {
+                 half->start(Quillmark::SignInResult{thrown, {login, {}, {}}},
+                             &ClientPrivate::finishSignInStep, signIn, login);
+             }),
+             failed);
+    QCOMPARE(answerTo([&] {
+                 half->start(Quillmark::ContextResult{thrown, login}, &ClientPrivate::finishContextStep,
+                             chooseContext, login);
+             }),
+             failed);
+    QCOMPARE(answerTo([&] {
+                 half->start(Quillmark::UserInfoResult{thrown, {}}, &ClientPrivate::finishUserInfo, fetch);
+             }),
+             QString("fetchUserInfoFailed 0x81000002 Can not read a file"));
 }
 
 // A half without a native client throws at the first use of it.
@@ -195,20 +202,14 @@ void ClientPrivateTest::answersTheThrowsOfItsOwnWorkers() {
     const QString login("anna"), text("text");
     const auto context = Quillmark::SignIn::ContextType::Organization;
     const QString failed("signInFailed anna 0x80000001 Internal program error");
-    QCOMPARE(
-        answerTo([&] { half.start(&ClientPrivate::finishSignInStep, &ClientPrivate::signIn, login, text); }),
-        failed);
-    QCOMPARE(answerTo([&] {
-                 half.start(&ClientPrivate::finishSignInStep, &ClientPrivate::confirmSecondFactor, login,
-                            text, text);
-             }),
-             failed);
-    QCOMPARE(answerTo([&] {
-                 half.start(&ClientPrivate::finishContextStep, &ClientPrivate::signInToContext, login,
-                            context, text);
-             }),
-             failed);
-    QCOMPARE(answerTo([&] { half.start(&ClientPrivate::finishUserInfo, &ClientPrivate::fetchUserInfo); }),
+    QCOMPARE(answerTo([&] { half.startSignIn(login, text); }), failed);
+    QCOMPARE(answerTo([&] { half.startConfirmSecondFactor(login, text, text); }), failed);
+    QCOMPARE(answerTo([&] { half.startSignInToContext(login, context, text); }), failed);
+    QCOMPARE(answerTo([&] { half.startOAuthSignIn(text, text); }),
+             QString("signInFailed  0x80000001 Internal program error"));
+    QCOMPARE(answerTo([&] { half.startFetchExternalOauthProviders(); }),
+             QString("externalOauthProvidersFetched "));
+    QCOMPARE(answerTo([&] { half.startGetUserInfo(); }),
              QString("fetchUserInfoFailed 0x80000001 Internal program error"));
 }
 
@@ -219,7 +220,8 @@ void ClientPrivateTest::answersAFailedAllocation() {
         const test::FailingAllocation failing(1);
         return half->signIn(name, name);
     };
-    QCOMPARE(answerTo([&] { privateHalf()->start(&ClientPrivate::finishSignInStep, signIn, login); }),
+    const Quillmark::SignInResult thrown{QUILLMARKCLIENT_ERROR::kInternalError, {login, {}, {}}};
+    QCOMPARE(answerTo([&] { privateHalf()->start(thrown, &ClientPrivate::finishSignInStep, signIn, login); }),
              QString("signInFailed %1 0x80000001 Internal program error").arg(login));
 }
 

@@ -101,9 +101,15 @@ void ClientTest::hasSignalsInOrder() {
         {"requestSelectContext(Quillmark::SignIn::SignInProcessResult)", "contexts", false},
         {"signInFailed(QString,QUILLMARKCLIENT_ERROR,QString)", "login errorCode errorDescription", true},
         {"signInSucceeded(QString)", "login", false},
+        {"externalOauthProvidersFetched(QStringList)", "providers", false},
         {"signedOut()", "", false},
         {"fetchUserInfoFailed(QUILLMARKCLIENT_ERROR,QString)", "errorCode errorDescription", true},
         {"userInfoFetched(Quillmark::SignIn::UserInfo)", "info", false},
+        {"updateFound(Quillmark::Updates::UpdateInfo)", "info", false},
+        {"checkForUpdateFailed(QUILLMARKCLIENT_ERROR,QString)", "errorCode errorDescription", false},
+        {"customerRequestCreated(Quillmark::CustomerRequest::CustomerRequestResult)", "result", false},
+        {"createCustomerRequestFailed(QUuid,QUILLMARKCLIENT_ERROR,QString)",
+         "requestId errorCode errorDescription", false},
     };
 
     const QMetaObject& meta = Client::staticMetaObject;

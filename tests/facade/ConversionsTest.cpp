@@ -1,6 +1,11 @@
 #include "facade/src/Conversions.h"
 
+#include <Quillmark/CustomerRequest.h>
+#include <Quillmark/Updates.h>
+
 #include <QtTest/QtTest>
+
+#include "facade/src/ResultPair.h"
 
 using Quillmark::SignIn::ContextType;
 
@@ -14,11 +19,14 @@ private Q_SLOTS:
     void readsAContextKind();
     void writesAContextKind_data();
     void writesAContextKind();
+    void readsASocialOperation_data();
+    void readsASocialOperation();
     void keepsTheOrderOfContexts();
     void findsTheChallenge_data();
     void findsTheChallenge();
     void fillsTheUserInfo_data();
     void fillsTheUserInfo();
+    void takesASuccessForTheDefault();
 };
 
 void ConversionsTest::readsAContextKind_data() {
@@ -49,6 +57,31 @@ void ConversionsTest::writesAContextKind() {
     QTEST(quint32{Quillmark::toNativeKind(type)}, "expected");
 }
 
+void ConversionsTest::readsASocialOperation_data() {
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<quint32>("expected");
+    QTest::newRow("SIGN_IN") << "SIGN_IN" << 0u;
+    QTest::newRow("SIGN_UP") << "SIGN_UP" << 1u;
+    QTest::newRow("LINK") << "LINK" << 2u;
+    QTest::newRow("lower case sign_up") << "sign_up" << 0u;
+    QTest::newRow("lower case link") << "link" << 0u;
+    QTest::newRow("one letter in lower case") << "LINk" << 0u;
+    QTest::newRow("a blank in front") << " SIGN_UP" << 0u;
+    QTest::newRow("a blank behind") << "LINK " << 0u;
+    QTest::newRow("a zero behind") << QString("LINK") + QChar(0) << 0u;
+    QTest::newRow("cut off") << "SIGN_U" << 0u;
+    QTest::newRow("a hyphen") << "SIGN-UP" << 0u;
+    QTest::newRow("wide letters") << QString::fromUtf8("ＬＩＮＫ") << 0u;
+    QTest::newRow("a number") << "2" << 0u;
+    QTest::newRow("empty") << "" << 0u;
+    QTest::newRow("null") << QString() << 0u;
+}
+
+void ConversionsTest::readsASocialOperation() {
+    QFETCH(QString, text);
+    QTEST(quint32{Quillmark::toSocialOperation(text)}, "expected");
+}
+
 void ConversionsTest::keepsTheOrderOfContexts() {
     const auto contexts =
         Quillmark::toContexts({{1, "org-b", "Söhne"}, {0, "me", "Nina V"}, {1, "org-a", ""}});
@@ -59,6 +92,8 @@ void ConversionsTest::keepsTheOrderOfContexts() {
     QCOMPARE(contexts.at(1).id, QString("me"));
     QCOMPARE(contexts.at(1).type, ContextType::Personal);
     QCOMPARE(contexts.at(2).id, QString("org-a"));
+    const auto unknown = Quillmark::toContexts({{7, "x", "X"}});
+    QCOMPARE(unknown.first().type, ContextType::Personal);
     QCOMPARE(Quillmark::toContexts({}).size(), 0);
 }
 
@@ -123,6 +158,22 @@ void ConversionsTest::fillsTheUserInfo() {
     QTEST(info.customerNumber, "customerNumber");
     QTEST(info.customerContactNumber, "customerContactNumber");
     QTEST(info.isBusiness, "isBusiness");
+}
+
+// What a handler without a sender works with.
+void ConversionsTest::takesASuccessForTheDefault() {
+    const Quillmark::ResultPair<Quillmark::SignIn::SignInProcessResult> step;
+    QCOMPARE(static_cast<quint32>(step.error), 0u);
+    QVERIFY(step.value.login.isNull() && step.value.contexts.isEmpty() && step.value.challengeToken.isNull());
+    const Quillmark::ResultPair<QString> context;
+    QCOMPARE(static_cast<quint32>(context.error), 0u);
+    QVERIFY(context.value.isNull());
+    const Quillmark::ResultPair<Quillmark::Updates::UpdateInfo> update;
+    QCOMPARE(static_cast<quint32>(update.error), 0u);
+    QVERIFY(!update.value.isValid());
+    const Quillmark::ResultPair<Quillmark::CustomerRequest::CustomerRequestResult> request;
+    QCOMPARE(static_cast<quint32>(request.error), 0u);
+    QVERIFY(request.value.requestId.isNull() && request.value.ticketNumber.isNull());
 }
 
 QTEST_GUILESS_MAIN(ConversionsTest)

@@ -31,6 +31,12 @@ void DestructionTest::leavesTheSharedInterfaceAlive() {
     delete host.client;
     QCOMPARE(destroyed.size(), 1);
     QVERIFY(shared->IsSignedIn());  // the core lives as long as its last holder
+    quillmarkclient::CustomerContext** contexts = nullptr;
+    QVERIFY(IsSuccess(shared->GetCustomerContexts(&contexts)));  // and still asks the service
+    QCOMPARE(QByteArray(contexts[0]->name), QByteArray("Anna Kestrel"));
+    shared->FreeMemory(contexts);
+    shared->SignOut();
+    QVERIFY(!shared->IsSignedIn());
 
     // The process's one Client is gone for good; the pointer is only looked at.
     QCOMPARE(static_cast<void*>(Quillmark::Client::create(QCoreApplication::instance(), {})),

@@ -12,6 +12,7 @@
 #include <Quillmark/Client.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QLatin1String>
 #include <QtCore/QStringList>
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QSignalSpy>
@@ -31,12 +32,15 @@ public:
     QStringList lines;
     QString challengeToken;                            // of the last requestSecondFactor()
     Quillmark::SignIn::SignInProcessResult selection;  // of the last requestSelectContext()
+    QList<QString> providers;                          // of the last externalOauthProvidersFetched()
     Quillmark::SignIn::UserInfo userInfo;              // of the last userInfoFetched()
 
 Q_SIGNALS:
     void recorded();
 
 private:
+    void recordSignIn(Quillmark::Client& client);
+    void recordUpdatesAndRequests(Quillmark::Client& client);
     void record(const QString& line);
 };
 
@@ -45,8 +49,9 @@ public:
     // What happens in the storage folder before the Client is created.
     using Earlier = std::function<void(const SandboxFixture& service, const QString& storage)>;
 
+    // `flags` are those of ClientParams.
     explicit HostFixture(sandbox::Seed seed = sandbox::readSeedFile(sandbox::defaultSeedFile()),
-                         const Earlier& earlier = {});
+                         const Earlier& earlier = {}, quint32 flags = 0);
 
     // The one signal that answers `call`.
     [[nodiscard]] QString answerTo(const std::function<void()>& call);
@@ -56,6 +61,8 @@ public:
     [[nodiscard]] QString confirm(std::string_view account, const QString& code);
     [[nodiscard]] QString chooseContext(std::string_view account, Quillmark::SignIn::ContextType type,
                                         const QString& id);
+    [[nodiscard]] QString signInByCode(const QString& authCode, const QString& operation);
+    [[nodiscard]] QString fetchProviders();
     [[nodiscard]] QString fetchUserInfo();
 
     // Signed out, no faults, the service as its seed has it.
@@ -65,10 +72,23 @@ public:
     void answerWith(const std::string& path, int status, const std::string& body, std::uint32_t count = 1);
     // The next request of `path` is served as always: faults that are added behind it wait for the one after.
     void letPass(const std::string& path);
+    // The connection of the next request of `path` ends without an answer.
+    void cut(const std::string& path);
+    // The answer to the next request of `path` comes late, so that others have time to come in between.
+    void delay(const std::string& path);
+    // The next request of `path` hangs until release(), which ends all that hang, without an answer.
+    void hold(const std::string& path);
+    void release();
+    // Until the service has taken the requests that the faults are for.
+    void waitForRequest();
     // How many requests of `path` came since startAnew().
     [[nodiscard]] qsizetype exchangesOf(const std::string& path);
 
     [[nodiscard]] QString loginOf(std::string_view account) const;
+    // A fresh code of a social person.
+    [[nodiscard]] QString codeOf(std::string_view person);
+    // A claim of the cached access token, as text; empty if it has none.
+    [[nodiscard]] QString claim(QLatin1String name) const;
 
     SandboxFixture service;
     QTemporaryDir storage;
@@ -76,7 +96,7 @@ public:
     SignalRecorder recorder;
 
 private:
-    [[nodiscard]] Quillmark::Client* createClient(const Earlier& earlier) const;
+    [[nodiscard]] Quillmark::Client* createClient(const Earlier& earlier, quint32 flags) const;
 };
 
 // Paths of the service.
@@ -86,6 +106,9 @@ inline const std::string kContextPath = "/api/customer/registry/v2/tokens/contex
 inline const std::string kTrustPath = "/api/customer/registry/v2/tokens/trust";
 inline const std::string kIdentityPath = "/api/customer/registry/v2/tokens/identity";
 inline const std::string kTrustsPath = "/api/registry/v2/trustee/trusts";
+inline const std::string kCodePath = "/api/customer/registry/v2/tokens/external";
+inline const std::string kFinalizePath = "/api/quillmark/CUSTOMER_REGISTRATION_FINALIZE_OAUTH";
+inline const std::string kProvidersPath = "/api/public/registry/v2/oauth/external/providers";
 inline const std::string kUsersPath = "/api/registry/v2/users";
 
 }  // namespace test_support

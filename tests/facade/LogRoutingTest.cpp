@@ -1,31 +1,18 @@
 #include "facade/src/LogRouting.h"
 
 #include <QtTest/QtTest>
+#include <optional>
 
 #include "core/src/QuillmarkClient.h"
 #include "core/src/system/LogOutlets.h"
-
-namespace {
-
-struct Line {
-    QtMsgType type;
-    QString category;
-    QString text;
-};
-QList<Line> lines;
-
-void capture(QtMsgType type, const QMessageLogContext& context, const QString& text) {
-    lines.append({type, QString::fromUtf8(context.category), text});
-}
-
-}  // namespace
+#include "tests/facade/LogCapture.h"
 
 class LogRoutingTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init() { log_.emplace(); }
+    void cleanup() { log_.reset(); }
     void formatsAFailure_data();
     void formatsAFailure();
     void writesAFailureAtCriticalLevel();
@@ -35,17 +22,8 @@ private Q_SLOTS:
     void bindsBothOutlets();
 
 private:
-    QtMessageHandler before_ = nullptr;
+    std::optional<test_support::LogCapture> log_;  // of the category "quillmark"
 };
-
-void LogRoutingTest::init() {
-    lines.clear();
-    before_ = qInstallMessageHandler(capture);
-}
-
-void LogRoutingTest::cleanup() {
-    qInstallMessageHandler(before_);
-}
 
 void LogRoutingTest::formatsAFailure_data() {
     QTest::addColumn<quint32>("code");
@@ -85,19 +63,16 @@ void LogRoutingTest::formatsAFailure() {
 
 void LogRoutingTest::writesAFailureAtCriticalLevel() {
     Quillmark::writeError(0x80000002, "a \"quoted\" %1\nmessage ", "core/src/quillmarkclient", 3);
-    QCOMPARE(lines.size(), 1);
-    QCOMPARE(lines.at(0).type, QtCriticalMsg);
-    QCOMPARE(lines.at(0).category, QString("quillmark"));
-    QCOMPARE(lines.at(0).text,
-             QString("Source: core/src/quillmarkclient(3): error: 0x80000002: a \"quoted\" %1\nmessage "));
+    QCOMPARE(log_->lines().size(), 1);
+    QCOMPARE(
+        log_->lines(QtCriticalMsg),
+        QStringList("Source: core/src/quillmarkclient(3): error: 0x80000002: a \"quoted\" %1\nmessage "));
 }
 
 void LogRoutingTest::writesATraceAtInfoLevel() {
     Quillmark::writeTrace("%s: attempt %d", "SendRequest", 2);
-    QCOMPARE(lines.size(), 1);
-    QCOMPARE(lines.at(0).type, QtInfoMsg);
-    QCOMPARE(lines.at(0).category, QString("quillmark"));
-    QCOMPARE(lines.at(0).text, QString("SendRequest: attempt 2"));
+    QCOMPARE(log_->lines().size(), 1);
+    QCOMPARE(log_->lines(QtInfoMsg), QStringList("SendRequest: attempt 2"));
 }
 
 void LogRoutingTest::formatsATrace_data() {
@@ -113,8 +88,7 @@ void LogRoutingTest::formatsATrace_data() {
 void LogRoutingTest::formatsATrace() {
     QFETCH(QByteArray, text);
     Quillmark::writeTrace("%s", text.constData());
-    QCOMPARE(lines.size(), 1);
-    QCOMPARE(lines.at(0).text, QString::fromUtf8(text));
+    QCOMPARE(log_->lines(QtInfoMsg), QStringList(QString::fromUtf8(text)));
 }
 
 void LogRoutingTest::bindsBothOutlets() {
@@ -124,6 +98,7 @@ void LogRoutingTest::bindsBothOutlets() {
     // A client that can't start reports why.
     quillmarkclient::QuillmarkClient client;
     QVERIFY(!IsSuccess(client.Init("", "")));
+    const auto lines = log_->lines();
     QVERIFY(!lines.isEmpty());
     QCOMPARE(lines.at(0).type, QtCriticalMsg);
     QVERIFY2(lines.at(0).text.contains("error: 0x80000002: Invalid parameters."),

@@ -1,77 +1,20 @@
 // Every step of a password sign-in, as the host sees it, against the sandbox account service.
 #include <Quillmark/Client.h>
 
-#include <QtCore/QMutex>
 #include <QtTest/QtTest>
 
+#include "tests/facade/ContextSeed.h"
 #include "tests/facade/HostFixture.h"
+#include "tests/facade/LogCapture.h"
 
 using Quillmark::SignIn::ContextType;
 using namespace test_support;
-
-namespace {
-
-sandbox::Trust trustOf(const std::string& id, const std::string& type, const std::string& name) {
-    sandbox::Trust trust;
-    trust.id = "trust-" + id;
-    trust.trustorId = id;
-    trust.type = type;
-    trust.name = name;
-    return trust;
-}
-
-sandbox::Account accountLike(const sandbox::Account& model, const std::string& name) {
-    sandbox::Account account = model;
-    account.name = name;
-    account.login = name + "@example.test";
-    return account;
-}
-
-// The accounts of the seed file, and those whose choice of contexts leaves nothing to ask.
-sandbox::Seed seed() {
-    sandbox::Seed seed = sandbox::readSeedFile(sandbox::defaultSeedFile());
-    const sandbox::Account plain = sandbox::accountNamed(seed, "plain");
-
-    sandbox::Account own = accountLike(plain, "own-and-person");
-    own.trusts = {trustOf("person-1", "Person", "")};
-    sandbox::Account none = accountLike(plain, "two-persons");
-    none.ownContext = false;
-    none.trusts = {trustOf("person-1", "Person", ""), trustOf("person-2", "Person", "")};
-    sandbox::Account noContext = accountLike(plain, "no-context");
-    noContext.ownContext = false;
-    sandbox::Account twoFactors =
-        accountLike(sandbox::accountNamed(seed, "several-contexts"), "factor-then-choice");
-    twoFactors.totpSecret = sandbox::accountNamed(seed, "second-factor").totpSecret;
-    for (const auto& account : {own, none, noContext, twoFactors})
-        seed.accounts.push_back(account);
-    return seed;
-}
-
-QMutex logLock;  // the library logs on its own threads
-QStringList logged;
-QtMessageHandler handlerBefore = nullptr;
-
-void capture(QtMsgType type, const QMessageLogContext& context, const QString& text) {
-    if (QByteArray(context.category) != "quillmark")
-        return handlerBefore(type, context, text);
-    const QMutexLocker lock(&logLock);
-    logged << text;
-}
-
-QString everythingLogged() {
-    const QMutexLocker lock(&logLock);
-    return logged.join('\n');
-}
-
-}  // namespace
 
 class SignInDialogueTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { handlerBefore = qInstallMessageHandler(capture); }
-    void cleanupTestCase() { qInstallMessageHandler(handlerBefore); }
-    void init();
+    void init() { host_.startAnew(); }
 
     void endsAtThePassword_data();
     void endsAtThePassword();
@@ -80,11 +23,16 @@ private Q_SLOTS:
     void failsAtTheSecondFactor_data();
     void failsAtTheSecondFactor();
     void endsInAFailureWithoutAChallenge();
+    void asksForTheSecondFactorAgain();
+    void goesOnBehindTheSecondFactor_data();
+    void goesOnBehindTheSecondFactor();
     void asksForTheContextBehindTheSecondFactor();
     void asksForTheContext();
     void takesThePersonalContext();
     void takesTheOnlyTrust();
     void leavesTheChoiceOpenAfterAFailure();
+    void failsToChoose_data();
+    void failsToChoose();
     void choosesTheOnlyContextByItself();
     void failsWhenTheOnlyContextIsRefused();
     void failsWhenThereIsNothingToChoose();
@@ -101,14 +49,8 @@ private Q_SLOTS:
     void keepsSecretsOutOfTheLog();
 
 private:
-    HostFixture host_{seed()};
+    HostFixture host_{contextSeed()};
 };
-
-void SignInDialogueTest::init() {
-    host_.startAnew();
-    const QMutexLocker lock(&logLock);
-    logged.clear();
-}
 
 void SignInDialogueTest::endsAtThePassword_data() {
     QTest::addColumn<QString>("account");
@@ -204,6 +146,34 @@ void SignInDialogueTest::endsInAFailureWithoutAChallenge() {
              QString("signInFailed anna.plain@example.test 0x80000002 Invalid parameters."));
 }
 
+// Any other answer to a code is taken as one to a password: a new challenge too.
+void SignInDialogueTest::asksForTheSecondFactorAgain() {
+    QCOMPARE(host_.signIn("second-factor"), QString("requestSecondFactor tom.factor@example.test"));
+    host_.answerWith(
+        kSecondFactorPath, 418,
+        R"({"status":"403","errorCode":"2FA_TOTP_REQUIRED","errorArgs":{"challengeToken":"c2"}})");
+    QCOMPARE(host_.confirm("second-factor", "123456"),
+             QString("requestSecondFactor tom.factor@example.test"));
+    QCOMPARE(host_.recorder.challengeToken, QString("c2"));
+    QVERIFY(!host_.client->getIsSignedIn());
+}
+
+void SignInDialogueTest::goesOnBehindTheSecondFactor_data() {
+    QTest::addColumn<QString>("expected");
+    QTest::addColumn<bool>("isSignedIn");
+    QTest::newRow("second-factor") << "signInSucceeded tom.factor@example.test" << true;
+    QTest::newRow("factor-then-one") << "signInSucceeded factor-then-one@example.test" << true;
+    QTest::newRow("factor-then-none")
+        << "signInFailed factor-then-none@example.test 0x80000001 Internal program error" << false;
+}
+
+void SignInDialogueTest::goesOnBehindTheSecondFactor() {
+    const std::string account = QTest::currentDataTag();
+    QVERIFY(host_.signIn(account).startsWith("requestSecondFactor "));
+    QTEST(host_.confirm(account, QString::fromStdString(host_.service.totpCode(account))), "expected");
+    QTEST(host_.client->getIsSignedIn(), "isSignedIn");
+}
+
 void SignInDialogueTest::asksForTheContextBehindTheSecondFactor() {
     QCOMPARE(host_.signIn("factor-then-choice"),
              QString("requestSecondFactor factor-then-choice@example.test"));
@@ -224,23 +194,20 @@ void SignInDialogueTest::asksForTheContext() {
 
     QCOMPARE(host_.chooseContext("several-contexts", ContextType::Organization, "org-harrow"),
              QString("signInSucceeded nina.many@example.test"));
-    const auto claims = host_.client->getDecodedAccessToken(host_.client->getAccessTokenBytes());
-    QCOMPARE(claims.value("businessContactNumber").toString(), QString("300041"));
+    QCOMPARE(host_.claim(QLatin1String("businessContactNumber")), QString("300041"));
 }
 
 void SignInDialogueTest::takesThePersonalContext() {
     QVERIFY(host_.signIn("several-contexts").startsWith("requestSelectContext"));
     QCOMPARE(host_.chooseContext("several-contexts", ContextType::Personal, "not read"),
              QString("signInSucceeded nina.many@example.test"));
-    const auto claims = host_.client->getDecodedAccessToken(host_.client->getAccessTokenBytes());
-    QCOMPARE(claims.value("customerNumber").toString(), QString("100004"));
-    QVERIFY(!claims.contains("businessContactNumber"));
+    QCOMPARE(host_.claim(QLatin1String("customerNumber")), QString("100004"));
+    QCOMPARE(host_.claim(QLatin1String("businessContactNumber")), QString());
 }
 
 void SignInDialogueTest::takesTheOnlyTrust() {
     QCOMPARE(host_.signIn("organisation-only"), QString("signInSucceeded olga.office@example.test"));
-    const auto claims = host_.client->getDecodedAccessToken(host_.client->getAccessTokenBytes());
-    QCOMPARE(claims.value("businessContactNumber").toString(), QString("300003"));
+    QCOMPARE(host_.claim(QLatin1String("businessContactNumber")), QString("300003"));
 }
 
 void SignInDialogueTest::leavesTheChoiceOpenAfterAFailure() {
@@ -251,12 +218,41 @@ void SignInDialogueTest::leavesTheChoiceOpenAfterAFailure() {
              QString("signInSucceeded nina.many@example.test"));
 }
 
+// The step of a choice knows two ends: no answer to it opens another step.
+void SignInDialogueTest::failsToChoose_data() {
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("a second factor") << 418
+                                     << QByteArray(R"({"status":"403","errorCode":"2FA_TOTP_REQUIRED",)"
+                                                   R"("errorArgs":{"challengeToken":"c"}})")
+                                     << "0x82000012 Second factor required";
+    QTest::newRow("a wrong code") << 418
+                                  << QByteArray(R"({"status":"401","errorCode":"CODE_VERIFICATION_FAILED"})")
+                                  << "0x82000013 Invalid verification code";
+    QTest::newRow("the service is down")
+        << 500 << QByteArray() << "0x82000003 Internal registry service error";
+}
+
+void SignInDialogueTest::failsToChoose() {
+    QFETCH(int, status);
+    QFETCH(QByteArray, body);
+    QFETCH(QString, expected);
+    QVERIFY(host_.signIn("several-contexts").startsWith("requestSelectContext"));
+    host_.answerWith(kTrustPath, status, body.toStdString());
+    QCOMPARE(host_.chooseContext("several-contexts", ContextType::Organization, "org-harrow"),
+             "signInFailed nina.many@example.test " + expected);
+    QVERIFY(host_.client->getIsSignedIn());  // the choice is still open
+    QVERIFY(host_.client->getAccessTokenBytes().isEmpty());
+    QCOMPARE(host_.chooseContext("several-contexts", ContextType::Personal, {}),
+             QString("signInSucceeded nina.many@example.test"));
+}
+
 // The trust of a person makes a choice for the core, but is not offered.
 void SignInDialogueTest::choosesTheOnlyContextByItself() {
     QCOMPARE(host_.signIn("own-and-person"), QString("signInSucceeded own-and-person@example.test"));
     QVERIFY(host_.client->getIsSignedIn());
-    const auto claims = host_.client->getDecodedAccessToken(host_.client->getAccessTokenBytes());
-    QCOMPARE(claims.value("customerNumber").toString(), QString("100001"));
+    QCOMPARE(host_.claim(QLatin1String("customerNumber")), QString("100001"));
 }
 
 void SignInDialogueTest::failsWhenTheOnlyContextIsRefused() {
@@ -328,11 +324,7 @@ void SignInDialogueTest::failsWithAnInventedChallenge() {
 }
 
 void SignInDialogueTest::cachesTheTokenOfTheOtherAccount() {
-    const auto customerNumber = [this] {
-        return Quillmark::Client::getDecodedAccessToken(host_.client->getAccessTokenBytes())
-            .value("customerNumber")
-            .toString();
-    };
+    const auto customerNumber = [this] { return host_.claim(QLatin1String("customerNumber")); };
     QCOMPARE(host_.signIn("plain"), QString("signInSucceeded anna.plain@example.test"));
     const QByteArray first = host_.client->getAccessTokenBytes();
     const QString firstNumber = customerNumber();
@@ -351,6 +343,8 @@ void SignInDialogueTest::dropsTheFormerSignIn() {
              QString("signInFailed anna.plain@example.test 0x82000006 Invalid login or password"));
     QVERIFY(!host_.client->getIsSignedIn());
     QCOMPARE(host_.client->getAccessTokenBytes(), token);  // until the next success, refresh or sign-out
+    QCOMPARE(host_.client->refreshAccessToken(false), QByteArray());
+    QCOMPARE(host_.client->getAccessTokenBytes(), QByteArray());
 }
 
 void SignInDialogueTest::movesToAnotherContext() {
@@ -364,13 +358,14 @@ void SignInDialogueTest::movesToAnotherContext() {
 }
 
 void SignInDialogueTest::keepsSecretsOutOfTheLog() {
+    const LogCapture capture;
     const QString password = "Wrong-Secret/Word";
     QVERIFY(host_.signIn("second-factor", password).startsWith("signInFailed"));
     QVERIFY(host_.signIn("second-factor").startsWith("requestSecondFactor"));
     const QString code = QString::fromStdString(host_.service.totpCode("second-factor"));
     QVERIFY(host_.confirm("second-factor", code).startsWith("signInSucceeded"));
 
-    const QString log = everythingLogged();
+    const QString log = capture.text();
     QVERIFY2(log.contains("error: 0x82000012: Second factor required"), qPrintable(log));  // it does log
     const QString known = QString::fromStdString(host_.service.account("second-factor").password);
     for (const QString& secret : {password, QString(password).replace("/", "\\/"), known, '"' + code + '"',

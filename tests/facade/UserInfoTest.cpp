@@ -69,6 +69,7 @@ void UserInfoTest::failsWhenTheServiceRefusesTheRenewal() {
     host_.service.service().expireTokens();
     host_.answerWith(kIdentityPath, 401, "");
     QCOMPARE(host_.fetchUserInfo(), QString("fetchUserInfoFailed 0x82000002 Authorization is denied"));
+    QVERIFY(host_.client->getIsSignedIn());
 }
 
 void UserInfoTest::failsOnAnUnreadableAnswer() {
@@ -87,10 +88,7 @@ void UserInfoTest::knowsTheServiceAndTheMachine() {
 
 void UserInfoTest::failsWithoutANetwork() {
     QCOMPARE(host_.signIn("plain"), QString("signInSucceeded anna.plain@example.test"));
-    sandbox::Fault cut;
-    cut.kind = sandbox::FaultKind::cut;
-    cut.path = kUsersPath;
-    host_.service.faults().add(cut);
+    host_.cut(kUsersPath);
     QCOMPARE(host_.fetchUserInfo(),
              QString("fetchUserInfoFailed 0x80000006 Problems sending network requests"));
     QVERIFY(host_.client->getIsSignedIn());

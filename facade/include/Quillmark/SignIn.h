@@ -31,10 +31,10 @@ struct SignInProcessResult {
 
 /// The payload of Client::userInfoFetched().
 struct UserInfo {
-    QString id;
-    QString firstName;
-    QString lastName;
-    QString email;
+    QString id;                     ///< the service's identifier of the user
+    QString firstName;              ///< as the service has it; any of these may be empty
+    QString lastName;               ///< as firstName
+    QString email;                  ///< as firstName
     QString customerNumber;         ///< from the access token; of a business user its contact number
     QString customerContactNumber;  ///< from the access token; of a business user its contact number
     bool isBusiness = false;        ///< whether the access token is that of a business user

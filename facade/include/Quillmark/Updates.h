@@ -6,6 +6,10 @@
 #include <QtCore/QString>
 #include <QtCore/QUrl>
 
+namespace quillmarkclient {
+struct ProductUpdateInfoValue;
+}
+
 namespace Quillmark::Updates {
 
 /// A newer build of the host's product. A plain value.
@@ -18,12 +22,15 @@ public:
     UpdateInfo& operator=(UpdateInfo&& other) noexcept;
     ~UpdateInfo();
 
+    /// From the native client's record; the URL is read in tolerant mode.
+    [[nodiscard]] static UpdateInfo fromNative(const quillmarkclient::ProductUpdateInfoValue& native);
+
     /// Whether there is something to offer: a version, and a valid URL to get it from.
     [[nodiscard]] bool isValid() const;
 
-    QString version;
-    QString description;
-    QUrl url;  ///< where to get it
+    QString version;      ///< of the newer build
+    QString description;  ///< what the feed says of it
+    QUrl url;             ///< where to get it
 };
 
 }  // namespace Quillmark::Updates

@@ -1,0 +1,68 @@
+#include "SignalWatch.h"
+
+#include <QtCore/QThread>
+
+using Quillmark::Client;
+using Quillmark::SignIn::SignInProcessResult;
+using Quillmark::SignIn::UserInfo;
+
+namespace {
+
+QString failure(QUILLMARKCLIENT_ERROR code, const QString& description) {
+    return QStringLiteral("0x%1 %2").arg(QString::number(static_cast<quint32>(code), 16), description);
+}
+
+}  // namespace
+
+SignalWatch::SignalWatch(const Client& client, Terminal& terminal) : terminal_(terminal) {
+    clock_.start();
+    // The challenge is a secret of the dialogue: shown is that it came.
+    connect(
+        &client, &Client::requestSecondFactor, this,
+        [this](const QString& login, const QString&) { show("requestSecondFactor(" + login + ", ***)"); },
+        Qt::DirectConnection);
+    connect(
+        &client, &Client::wrong2FACode, this,
+        [this](const QString& login) { show("wrong2FACode(" + login + ")"); }, Qt::DirectConnection);
+    connect(
+        &client, &Client::requestSelectContext, this,
+        [this](const SignInProcessResult& result) {
+            show(QStringLiteral("requestSelectContext(%1, %2 contexts)")
+                     .arg(result.login, QString::number(result.contexts.size())));
+        },
+        Qt::DirectConnection);
+    connect(
+        &client, &Client::signInFailed, this,
+        [this](const QString& login, QUILLMARKCLIENT_ERROR code, const QString& description) {
+            show(QStringLiteral("signInFailed(%1, %2)").arg(login, failure(code, description)));
+        },
+        Qt::DirectConnection);
+    connect(
+        &client, &Client::signInSucceeded, this,
+        [this](const QString& login) { show("signInSucceeded(" + login + ")"); }, Qt::DirectConnection);
+    connect(
+        &client, &Client::externalOauthProvidersFetched, this,
+        [this](const QList<QString>& providers) {
+            show("externalOauthProvidersFetched(" + providers.join(", ") + ")");
+        },
+        Qt::DirectConnection);
+    connect(
+        &client, &Client::signedOut, this, [this] { show("signedOut()"); }, Qt::DirectConnection);
+    connect(
+        &client, &Client::fetchUserInfoFailed, this,
+        [this](QUILLMARKCLIENT_ERROR code, const QString& description) {
+            show("fetchUserInfoFailed(" + failure(code, description) + ")");
+        },
+        Qt::DirectConnection);
+    connect(
+        &client, &Client::userInfoFetched, this,
+        [this](const UserInfo& info) { show("userInfoFetched(" + info.email + ")"); }, Qt::DirectConnection);
+}
+
+void SignalWatch::show(const QString& signal) {
+    const QThread* const thread = QThread::currentThread();
+    const QString name = thread == this->thread() ? QStringLiteral("main") : thread->objectName();
+    terminal_.say(
+        QStringLiteral("[%1 ms, thread %2] %3")
+            .arg(QString::number(clock_.elapsed()), name.isEmpty() ? QStringLiteral("other") : name, signal));
+}
