@@ -60,7 +60,7 @@ ResultCode CustomerRegistryClient<Api>::AuthorizeSocialToken(const portable_stl:
             !IsSuccess(finalized))
             return finalized;
     }
-    // A service that wants the sign-up again after two of them has sent no token: its refusal ends here.
+    // There is no third round: the last answer has to bring the token, whatever its status was.
     if (const auto taken = this->TakeAccessToken(responseBody); !IsSuccess(taken))
         return taken;
     return FinishSignIn(errorInfo, context);
