@@ -15,8 +15,11 @@ std::size_t Append(char* data, std::size_t size, std::size_t count, void* text) 
 bool MakeBareExchange(const Exchange& exchange, const std::string& bundle, std::string& body) {
     body.clear();
     curl_slist* headers = nullptr;
-    for (const auto& [name, value] : exchange.headers)
-        headers = curl_slist_append(headers, (name + ": " + value).c_str());
+    for (const auto& [name, value] : exchange.headers) {
+        std::string line = name;
+        line.append(": ").append(value);
+        headers = curl_slist_append(headers, line.c_str());
+    }
     CURL* easy = curl_easy_init();
     curl_easy_setopt(easy, CURLOPT_URL, exchange.url.c_str());
     curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));

@@ -13,8 +13,8 @@ termios withEcho;  // what the terminal goes back to
 
 extern "C" void restoreEcho(int signal) {
     tcsetattr(STDIN_FILENO, TCSANOW, &withEcho);
-    std::signal(signal, SIG_DFL);
-    std::raise(signal);
+    (void)std::signal(signal, SIG_DFL);
+    (void)std::raise(signal);
 }
 
 // Keeps what is typed off the screen; does nothing when the input is no terminal.
@@ -32,7 +32,7 @@ public:
         if (!changed_)
             return;
         tcsetattr(STDIN_FILENO, TCSAFLUSH, &withEcho);
-        std::signal(SIGINT, formerHandler_);
+        (void)std::signal(SIGINT, formerHandler_);
     }
     EchoOff(const EchoOff&) = delete;
     EchoOff& operator=(const EchoOff&) = delete;
