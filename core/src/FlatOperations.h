@@ -19,7 +19,7 @@
 //   platformContext  goes unchanged to every platform operation; may be null
 //   failures  are told to the error outlet as "core/src/quillmarkclient" and returned; a few token operations
 //             write a trace line instead and say so
-//   throws    no handler anywhere: exhausted memory in a container is an exception of portable_stl, and
+//   throws    but for Initialize, no handler: exhausted memory in a container is an exception of portable_stl, and
 //             what a platform operation throws passes through. The native objects turn both into a code.
 //             A sign-in that ends so leaves nobody signed in; a choice of a context, and a second factor,
 //             leave the session as it was until their answer has come
@@ -57,7 +57,8 @@ QUILLMARK_CORE_EXPORT void Shutdown(ClientContext* context, void* platformContex
 /// Takes back what an operation gave out; null is accepted, and a null handle too. Returns 0.
 QUILLMARK_CORE_EXPORT ResultCode FreeMemory(ClientContext* context, void* block, void* platformContext);
 
-// --- Sign-in: each returns the service's answer; a success is stored for the next start ---
+// --- Sign-in: each returns the service's answer; a success of those that sign in is stored for the next start,
+// --- but for an administrator's and for a token that is taken over ---
 //
 // Three codes are steps rather than faults, though they are reported like all: kSecondFactorRequired (the
 // challenge stands in GetLastServiceError, then ConfirmSecondFactor), kInvalidVerificationCode (once more)
@@ -70,7 +71,7 @@ QUILLMARK_CORE_EXPORT ResultCode FreeMemory(ClientContext* context, void* block,
                                                       const char* password, void* platformContext);
 
 /// Answers a second-factor challenge; null or empty arguments are kInvalidParameters, without an exchange.
-/// Up to 10 exchanges.
+/// Customers only: other kinds answer kNotImplemented here and in the next two. Up to 10 exchanges.
 [[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode ConfirmSecondFactor(ClientContext* context,
                                                                    const char* challengeToken,
                                                                    const char* code, void* platformContext);
@@ -135,7 +136,7 @@ QUILLMARK_CORE_EXPORT ResultCode FreeMemory(ClientContext* context, void* block,
 /// and leaves the rest of the document's content. The document comes back in compact form, without what is
 /// no JSON, such as comments. A missing or empty file becomes a document of this member alone. The file is
 /// rewritten in place, once the new text is whole: whatever is refused before stays byte for byte, a crash in
-/// between can leave it empty.
+/// between and a failed write (kFileWrite) can leave it empty or cut.
 ///   returns  0; kInvalidParameters (null handle or path); kRegistryNotInitialized; kAuthorizationDenied (no
 ///            identity); kInsufficientResources; kFileRead; kSecretsFormat (no JSON, or its root is no
 ///            object); kFileWrite

@@ -10,6 +10,7 @@
 #include "core/src/registry/CustomerRegistryClient.h"
 #include "core/src/registry/PrincipalAdminRegistryClient.h"
 #include "core/src/system/SystemApi.h"
+#include "portable_stl/exception.h"
 
 namespace quillmarkclient {
 
@@ -93,6 +94,21 @@ void RestoreSignIn(ClientContext& context, void* platformContext) {
                                                              platformContext));
 }
 
+// Null when something found no memory; throws as the containers do.
+ContextOwner Build(const QuillmarkClientInit& init, void* platformContext) {
+    ContextOwner context = NewContext();
+    if (!context)
+        return nullptr;
+    context->storagePath = CompleteFolder(init.storagePath);
+    context->useAlternateKeys = init.useAlternateKeys != 0;
+    context->auxiliary4 = init.auxiliary4;
+    context->identityName = init.identityName;
+    if (!BuildObjects(*context, init, platformContext))
+        return nullptr;
+    RestoreSignIn(*context, platformContext);
+    return context;
+}
+
 }  // namespace
 
 void SetLogCallbacks(quillmarkclient_core::TraceOutlet trace,
@@ -116,18 +132,15 @@ ResultCode Initialize(const QuillmarkClientInit* init, ClientContext** out, void
     SystemApi::SetTable(init->table);
 
     *out = nullptr;
-    ContextOwner context = NewContext();
-    if (!context)
+    try {
+        ContextOwner context = Build(*init, platformContext);
+        if (!context)
+            return Report(ResultCode::kInsufficientResources);
+        *out = context.release();
+        return ResultCode::kSuccess;
+    } catch (const portable_stl::exception&) {
         return Report(ResultCode::kInsufficientResources);
-    context->storagePath = CompleteFolder(init->storagePath);
-    context->useAlternateKeys = init->useAlternateKeys != 0;
-    context->auxiliary4 = init->auxiliary4;
-    context->identityName = init->identityName;
-    if (!BuildObjects(*context, *init, platformContext))
-        return Report(ResultCode::kInsufficientResources);
-    RestoreSignIn(*context, platformContext);
-    *out = context.release();
-    return ResultCode::kSuccess;
+    }
 }
 
 void Shutdown(ClientContext* context, void* /*platformContext*/) {

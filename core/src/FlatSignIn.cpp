@@ -2,7 +2,6 @@
 #include "core/src/FlatSupport.h"
 #include "core/src/PodMaker.h"
 #include "core/src/core/TokenFiles.h"
-#include "core/src/registry/SessionGuard.h"
 
 namespace quillmarkclient {
 
@@ -27,9 +26,34 @@ void WriteTokenFiles(ClientContext& context, void* platformContext) {
     quillmarkclient_core::StoreContextFile(*context.core, state.accessToken, platformContext);
 }
 
+// Takes a sign-in back whose storing an exception ends: its caller hears of a failure, so neither this run nor
+// the next start may find it.
+class StoringGuard {
+public:
+    StoringGuard(ClientContext& context, void* platformContext)
+        : context_(&context), platformContext_(platformContext) {}
+    ~StoringGuard() {
+        if (context_ == nullptr)
+            return;
+        try {
+            SignOut(context_, platformContext_);
+        } catch (...) {
+            return;  // the session is reset first, so that only the file is left
+        }
+    }
+    StoringGuard(const StoringGuard&) = delete;
+    StoringGuard& operator=(const StoringGuard&) = delete;
+
+    void Dismiss() noexcept { context_ = nullptr; }
+
+private:
+    ClientContext* context_;
+    void* platformContext_;
+};
+
 // Keeps a good sign-in for the next start. No code makes the sign-in itself fail; an exception does.
 void PersistTokens(ClientContext& context, void* platformContext) {
-    registry::SessionGuard guard(*context.registryClient);
+    StoringGuard guard(context, platformContext);
     WriteTokenFiles(context, platformContext);
     guard.Dismiss();
 }

@@ -54,7 +54,7 @@ public:
     virtual void SignOut() noexcept = 0;
     /// False after a failure of the call, too.
     virtual bool IsSignedIn() noexcept = 0;
-    /// Chooses one of the contexts of GetCustomerContexts.
+    /// Chooses one of the contexts of GetCustomerContexts. Customers only, as that.
     virtual ResultCode SignInToContext(const ContextChoice* choice) noexcept = 0;
     /// A list of pointers ended by a null pointer, one block with all that it points to.
     virtual ResultCode GetCustomerContexts(CustomerContext*** out) noexcept = 0;

@@ -31,7 +31,7 @@ struct QuillmarkClientInit {
     RetryPolicyRecord retryPolicy;  // a zero keeps the default of that field
 };
 
-/// A choice among contexts. `contextId` is never null, an empty text for the own context.
+/// A choice among contexts. `contextId` is not read for the own context and may be null there.
 struct ContextChoice {
     std::uint32_t kind;  // 0 own context, 1 organisation
     const char* contextId;

@@ -117,10 +117,11 @@ public:
     /// exchanges.
     ///   returns  0; kSecondFactorRequired (the challenge stands in GetLastServiceError under
     ///            "challengeToken"); kTooManyContexts (one must be chosen); the service's refusals of the
-    ///            family 0x82; kRequestNotSent
+    ///            family 0x82; kRequestNotSent; kTimedOut where the platform tells a time-out apart
     [[nodiscard]] ResultCode SignIn(const std::string& login, const std::string& password) noexcept;
 
-    /// Answers the challenge. Empty arguments: kInvalidParameters. Up to 10 exchanges.
+    /// Answers the challenge. Empty arguments: kInvalidParameters. Customers only, as SignInToContext and
+    /// GetCustomerContexts: other kinds answer kNotImplemented. Up to 10 exchanges.
     ///   returns  as SignIn; kInvalidVerificationCode when the code is wrong
     [[nodiscard]] ResultCode ConfirmSecondFactor(const std::string& challengeToken,
                                                  const std::string& code) noexcept;

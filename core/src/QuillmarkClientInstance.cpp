@@ -3,6 +3,7 @@
 #include <cstring>
 #include <utility>
 
+#include "core/src/system/LogOutlets.h"
 #include "core/src/system/SystemApi.h"
 
 namespace quillmarkclient {
@@ -96,7 +97,10 @@ ResultCode QuillmarkClientInstance::GetSocialProviders(char** out) noexcept {
         if (out == nullptr)
             return code;
         *out = NewTextList(text);
-        return *out != nullptr ? code : ResultCode::kInsufficientResources;
+        if (*out != nullptr)
+            return code;
+        return quillmarkclient_core::ReportError(ResultCode::kInsufficientResources,
+                                                 "core/src/QuillmarkClientInstance", __LINE__);
     });
 }
 

@@ -141,7 +141,7 @@ private:
 template <typename Result, typename Worker, typename... Arguments>
 void ClientPrivate::start(const Result& thrown, void (ClientPrivate::*finish)(), Worker worker,
                           const Arguments&... arguments) {
-    const auto guarded = [this, worker, thrown](const auto&... copies) -> Result {
+    const auto guarded = [this, worker, thrown = Result(thrown)](const auto&... copies) -> Result {
         try {
             return std::invoke(worker, this, copies...);
         } catch (...) {

@@ -79,6 +79,7 @@ void AddAdapters(const fs::path& netFolder, std::vector<std::string>& ids) {
     }
 }
 
+// Empty without an HMAC.
 std::string SystemId(std::string_view machineId) {
     std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
     unsigned int size = 0;
@@ -88,7 +89,7 @@ std::string SystemId(std::string_view machineId) {
                              digest.data(), &size) != nullptr;
     ERR_pop_to_mark();
     if (!isMade)
-        throw std::runtime_error("no HMAC");
+        return {};
     std::string id;
     for (std::size_t i = 0; i < kSystemIdDigits / 2; ++i) {
         id += "0123456789abcdef"[digest[i] >> 4];
@@ -103,8 +104,10 @@ std::vector<std::string> ReadMachineIds(const MachineIdRoots& roots) {
     std::vector<std::string> ids;
     AddAdapters(roots.netFolder, ids);
     if (const std::string machineId = ReadLine(roots.machineIdFile);
-        !machineId.empty() && machineId != kNoMachineIdYet)
-        ids.push_back(SystemId(machineId));
+        !machineId.empty() && machineId != kNoMachineIdYet) {
+        if (std::string id = SystemId(machineId); !id.empty())
+            ids.push_back(std::move(id));
+    }
     return ids;
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <string>
 
 #include "portable_stl/exception.h"
@@ -45,6 +46,8 @@ constexpr struct SignInRow {
     std::uint32_t kind = 0;
     // Of a call that leaves the former session alone until its first answer: the session of its success.
     const char* successor = nullptr;
+    // Exchanges up to the last that a call can lose with the former session's file still there.
+    std::size_t keeping = 0;
 } kSignIns[] = {
     {"SignIn", false, false, [](ClientContext* c) { return SignIn(c, "anna", "pw", nullptr); }, 6},
     {"SignIn, one trust", false, true, [](ClientContext* c) { return SignIn(c, "anna", "pw", nullptr); }, 7},
@@ -65,7 +68,7 @@ constexpr struct SignInRow {
      [](ClientContext* c) { return SignInWithSocialCode(c, "c-1", 1, nullptr); }, 5, 1},
     {"ConfirmSecondFactor, signed in before", true, false,
      [](ClientContext* c) { return ConfirmSecondFactor(c, "challenge-1", "1", nullptr); }, 6, 0,
-     "own.eyJ1c2VyaWQiOiJ1In0.signature, 1, identity-secret-that-is-longer-than-short, 0, "},
+     "own.eyJ1c2VyaWQiOiJ1In0.signature, 1, identity-secret-that-is-longer-than-short, 0, ", 3},
     {"SignInToContext", true, false,
      [](ClientContext* c) {
          const quillmarkclient::ContextChoice choice{1, kOtherId};
@@ -73,7 +76,8 @@ constexpr struct SignInRow {
      },
      4, 0,
      "trust.eyJ1c2VyaWQiOiJ1In0.signature, 1, identity-secret-that-is-longer-than-short, 1, "
-     "another-organisation-with-a-long-name"},
+     "another-organisation-with-a-long-name",
+     1},
 };
 
 class FlatExceptions : public test::FlatFixture {
@@ -98,6 +102,7 @@ protected:
         }
         OfferOneTrust(row.oneTrust);
         before_ = State();
+        filesBefore_ = platform.files;
     }
 
     void OfferOneTrust(bool isOffered) {
@@ -155,17 +160,32 @@ protected:
     void Begin() {
         former_ = 0;
         nobody_ = 0;
+        kept_ = 0;
+        dropped_ = 0;
     }
 
     // The call has failed: the former session while no answer has come, where the row says so, and from then
     // on nobody's.
     void ExpectNotHalf(const SignInRow& row, std::size_t nth) {
+        ExpectNoHalfFile(nth);
         if (row.successor != nullptr && nobody_ == 0 && State() == before_) {
             ++former_;
             return;
         }
         ++nobody_;
         ExpectNobody(nth);
+    }
+
+    // The call has failed: the next start finds the former session while nothing of the new one was stored, and
+    // from then on nobody's.
+    void ExpectNoHalfFile(std::size_t nth) {
+        if (dropped_ == 0 && platform.files.count("store/LIC0") == 1) {
+            ++kept_;
+            EXPECT_EQ(platform.files, filesBefore_) << nth;
+            return;
+        }
+        ++dropped_;
+        EXPECT_EQ(platform.files.count("store/LIC0"), 0u) << nth;
     }
 
     // The call has succeeded. Its identity alone may be missing.
@@ -190,6 +210,9 @@ protected:
     std::string before_;      // State ahead of the call
     std::size_t former_ = 0;  // failed calls that left it
     std::size_t nobody_ = 0;  // that left nobody signed in
+    std::map<std::string, std::string> filesBefore_;
+    std::size_t kept_ = 0;     // failed calls that left the former session's file
+    std::size_t dropped_ = 0;  // that left none
 };
 
 TEST_F(FlatExceptions, ASignInEndedByThePlatformIsNeverHalf) {
@@ -217,6 +240,7 @@ TEST_F(FlatExceptions, ASignInEndedByThePlatformIsNeverHalf) {
             ExpectSuccessor(row, true);
             const bool isExchange = operation.operation == Operation::HttpRequest;
             EXPECT_EQ(former_, isExchange && row.successor != nullptr ? 1u : 0u);
+            EXPECT_EQ(kept_, isExchange ? row.keeping : 0u);
             if (isExchange) {
                 EXPECT_EQ(nth - 1, row.exchanges);
             } else if (operation.operation != Operation::GetMachineIds) {
@@ -248,6 +272,8 @@ TEST_F(FlatExceptions, ASignInEndedByTheMemoryIsNeverHalf) {
         ExpectSuccessor(row, true);
         EXPECT_EQ(former_ > 5, row.successor != nullptr);
         EXPECT_GT(nobody_, 5u);
+        EXPECT_EQ(kept_ > 5, row.keeping != 0);
+        EXPECT_GT(dropped_, 5u);
         EXPECT_GT(thrown, 50u);
     }
 }

@@ -144,28 +144,38 @@ private:
 
 constexpr std::size_t kMostAllocations = 5000;  // of one call; more means that a loop does not end
 
+// The last report, kept without an allocation of its own.
+struct {
+    std::uint32_t code;
+    const char* source;
+} lastReport;
+
 TEST_F(FlatFailures, EachAllocationOfInitializeFailsInTurn) {
+    quillmarkclient::SetLogCallbacks(nullptr,
+                                     [](std::uint32_t code, const char*, const char* source, std::uint32_t) {
+                                         lastReport = {code, source};
+                                     });
     const auto files = platform.files;
+    std::size_t failures = 0;
     for (std::size_t nth = 1;; ++nth) {
         ASSERT_LT(nth, kMostAllocations);
         platform.files = files;
+        lastReport = {0, ""};
         auto* out = reinterpret_cast<ClientContext*>(0x5a);
         auto code = ResultCode::kSuccess;
         bool failed = false;
-        bool thrown = false;
         {
-            test::FailingAllocation failing(nth);
-            try {
-                code = quillmarkclient::Initialize(&init, &out, nullptr);
-            } catch (const portable_stl::exception&) {
-                thrown = true;
-            }
+            const test::FailingAllocation failing(nth);
+            EXPECT_NO_THROW(code = quillmarkclient::Initialize(&init, &out, nullptr)) << nth;
             failed = failing.HasFailed();
         }
-        if (thrown || !IsSuccess(code)) {
+        if (!IsSuccess(code)) {
+            ++failures;
             EXPECT_TRUE(failed);
             EXPECT_EQ(out, nullptr) << nth;
-            EXPECT_TRUE(thrown || code == ResultCode::kInsufficientResources) << nth;
+            EXPECT_EQ(static_cast<std::uint32_t>(code), 0x80000003u) << nth;
+            EXPECT_EQ(lastReport.code, 0x80000003u) << nth;
+            EXPECT_STREQ(lastReport.source, "core/src/quillmarkclient") << nth;
             EXPECT_EQ(platform.BlocksOut(), 0) << nth;
             continue;
         }
@@ -176,6 +186,7 @@ TEST_F(FlatFailures, EachAllocationOfInitializeFailsInTurn) {
         Stop();
     }
     EXPECT_TRUE(IsSignedIn());
+    EXPECT_GT(failures, 20u);
 }
 
 TEST_F(FlatFailures, EachAllocationOfEachCallFailsInTurn) {

@@ -125,10 +125,15 @@ TEST_F(QuillmarkClientProviders, EachBlockMissingIsACodeAndNothingIsLeftBehind) 
     static const struct {
         const char* name;
         std::uint32_t nth;
-    } rows[] = {{"the text", 1}, {"the list", 2}};
+        Strings sources;  // of the reports
+    } rows[] = {
+        {"the text", 1, {"core/src/PodMaker", "core/src/quillmarkclient"}},
+        {"the list", 2, {"core/src/QuillmarkClientInstance"}},
+    };
     const long blocks = platform.BlocksOut();
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
+        platform.errors.clear();
         char* names = test::Outs::Unset<char>();
         platform.FailCall(Operation::Alloc, 1, row.nth);
         EXPECT_EQ(static_cast<std::uint32_t>(slots->GetSocialProviders(&names)), 0x80000003u);
@@ -136,6 +141,13 @@ TEST_F(QuillmarkClientProviders, EachBlockMissingIsACodeAndNothingIsLeftBehind) 
         const bool isLists = row.nth == 2;
         EXPECT_EQ(names, isLists ? nullptr : test::Outs::Unset<char>());
         EXPECT_EQ(platform.BlocksOut(), blocks);
+        Strings sources;
+        for (const auto& error : platform.errors) {
+            EXPECT_EQ(error.code, 0x80000003u);
+            EXPECT_GT(error.line, 0u);
+            sources.push_back(error.source);
+        }
+        EXPECT_EQ(sources, row.sources);
     }
     Strings names{"a former one"};
     platform.FailCall(Operation::Alloc, 1);

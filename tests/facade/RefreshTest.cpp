@@ -24,6 +24,8 @@ private Q_SLOTS:
     void keepsOrRenews();
     void forgetsTheTokenWhenTheRenewalFails_data();
     void forgetsTheTokenWhenTheRenewalFails();
+    void renewsOnceTheNetworkIsBack_data();
+    void renewsOnceTheNetworkIsBack();
     void takesATokenWithoutExpiryAsExpired();
     void hasNothingToRenewBeforeASignIn();
 
@@ -82,6 +84,29 @@ void RefreshTest::forgetsTheTokenWhenTheRenewalFails() {
     host_.answerWith(kIdentityPath, status, body.toStdString());
     QCOMPARE(host_.client->refreshAccessToken(false), QByteArray());
     QCOMPARE(host_.client->getAccessTokenBytes(), QByteArray());
+}
+
+void RefreshTest::renewsOnceTheNetworkIsBack_data() {
+    QTest::addColumn<bool>("inContext");
+    QTest::newRow("cut in the renewal") << false;
+    QTest::newRow("cut in its context") << true;
+}
+
+void RefreshTest::renewsOnceTheNetworkIsBack() {
+    QFETCH(bool, inContext);
+    signInWithTokenExpiringAt(QDateTime::currentSecsSinceEpoch() + 3600);
+    const QByteArray before = host_.client->getAccessTokenBytes();
+    host_.cut(inContext ? kContextPath : kIdentityPath);
+    QCOMPARE(host_.client->refreshAccessToken(false), QByteArray());
+    QCOMPARE(host_.client->getAccessTokenBytes(), QByteArray());
+    QCOMPARE(host_.client->getIsSignedIn(), true);
+    QCOMPARE(host_.exchangesOf(kContextPath), inContext ? 1 : 0);
+
+    const QByteArray after = host_.client->refreshAccessToken(false);
+    QVERIFY(!after.isEmpty());
+    QVERIFY(after != before);
+    QCOMPARE(host_.client->getAccessTokenBytes(), after);
+    QCOMPARE(host_.exchangesOf(kIdentityPath), 2);
 }
 
 void RefreshTest::takesATokenWithoutExpiryAsExpired() {

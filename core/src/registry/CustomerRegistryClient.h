@@ -14,7 +14,7 @@ namespace registry {
 //      |                                                                              kContextNotFound
 //      '----AuthorizeSecondFactor, after kSecondFactorRequired-----> token
 //
-// A second factor that is refused, a choice that fails and a failed renewal change nothing.
+// A second factor that is refused and a choice that fails change nothing.
 template <class Api>
 class CustomerRegistryClient final : public RegistryClient<Api> {
 public:

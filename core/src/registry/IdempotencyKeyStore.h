@@ -40,8 +40,8 @@ void AttachIdempotencyKey(RegistryClient<Api>& client, Request<Api>& request, co
                           const portable_stl::string& content, void* context);
 
 /// The operation's key: that of a living entry, as it stands there, or a new one of 36 characters, which is
-/// stored. Drops from `entries` what has expired or comes from the future. Empty, and then nothing is stored,
-/// when the platform can't hash.
+/// stored. Drops from `entries` what has expired or comes from the future. Empty when the platform can't hash,
+/// and then nothing is stored, or when the file's entry has an empty key.
 template <class Api>
 [[nodiscard]] portable_stl::string GetOrCreateKey(const portable_stl::string& folder,
                                                   portable_stl::vector<IdempotencyEntry>& entries,

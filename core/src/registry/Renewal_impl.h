@@ -73,6 +73,7 @@ ResultCode RegistryClient<Api>::SendAuthorized(portable_stl::unique_ptr<Request<
         return code;
     // Once only: a second 401 is for the request's own table.
     request->SetHeader(kAuthorizationHeader, BuildBearer(token));
+    responseBody.clear();  // the refusal's, should the next answer bring none
     return SendRequest(request, responseBody, responseHeaders, httpCode, context);
 }
 

@@ -19,7 +19,7 @@ constexpr StatusRow kCustomerAuthorizeStatuses[] = {
 
 constexpr StatusRow kCustomerAuthorize2FAStatuses[] = {
     {200, kSuccess, kTake},
-    {400, kCompatibilityBroken, kTake},  // not the code: a wrong one is told by 401 alone
+    {400, kCompatibilityBroken, kTake},  // the body is not asked: a wrong code is not told by 400
     {401, kAuthorizationDenied, kDecode},
     {403, kEmailUnverifiedOrBlocked, kTake},
     {404, kNotFound, kTake},
@@ -59,7 +59,7 @@ constexpr StatusRow kAuthorizeViaSocialDesktopStatuses[] = {
     {200, kSuccess, kTake},
     {401, kAuthorizationDenied, kTake},
     {403, kAccountExists, kTake},
-    {404, kNotFound, kTake},  // the body is not asked: this road finishes the sign-up ahead
+    {404, kNotFound, kTake},  // the body is not asked: a new account finishes its sign-up ahead
     {409, kSocialAccountLinked, kTake},
     {500, kInternalServiceError, kTake},
     {kRest, kCompatibilityBroken, kDecode},

@@ -84,8 +84,9 @@ public:
 
     /// The counted native interface of this client, for code that knows nothing of Qt.
     ///
-    /// Cast it to quillmarkclient::IQuillmarkClient*. It is lent without a new reference: call AddRef() to
-    /// keep it beyond the Client. Doesn't block.
+    /// Cast it to quillmarkclient::IQuillmarkClient* ("core/src/IQuillmarkClient.h"); null if it found no memory
+    /// at the start. It is lent without a new reference: call AddRef() to keep it beyond the Client. Doesn't
+    /// block. A sign-in by this road is not in the cache of getAccessTokenBytes() until refreshAccessToken().
     [[nodiscard]] void* getInstance() const;
 
     // ---- Facts, from any thread, before create() too; none blocks ----------------------------------------
@@ -125,7 +126,8 @@ public:
     ///
     /// Exactly one signal answers, on the thread that called create(): wrong2FACode(), after which the same
     /// challenge may be tried with another code, or one of those of startSignIn(). An empty challenge or code
-    /// ends in signInFailed() with 0x80000002, without asking the service. A former sign-in is not dropped.
+    /// ends in signInFailed() with 0x80000002, without asking the service. A former sign-in is dropped only
+    /// when the code is right and the sign-in then fails over its contexts.
     /// Businesses have no second factor: signInFailed() with 0x80000004. Up to 22 exchanges.
     /// \param login           as in requestSecondFactor(); comes back with the signal
     /// \param challengeToken  as in requestSecondFactor(); wrong2FACode() doesn't repeat it
@@ -151,8 +153,8 @@ public:
     /// account may take the service a while: the task then waits and asks again, up to four times for at most
     /// 30 seconds each. Up to 28 exchanges.
     /// \param authCode   good once; copied; stands in the log at info level
-    /// \param operation  "SIGN_IN", "SIGN_UP" (makes the account first) or "LINK", in this spelling; any
-    ///                   other text acts as "SIGN_IN"
+    /// \param operation  "SIGN_IN", "SIGN_UP" (makes the account first) or "LINK", in this spelling; "LINK"
+    ///                   and any other text act as "SIGN_IN": nothing is linked to who was signed in
     void startOAuthSignIn(const QString& authCode, const QString& operation);
 
     /// Asks the service for the social providers and returns at once. externalOauthProvidersFetched()

@@ -33,7 +33,7 @@ public:
     /// The same in the form that the native client takes. The language is not part of it.
     [[nodiscard]] quillmarkclient::QuillmarkClientParams toNativeParams() const;
 
-    QUrl serviceUrl;        ///< base URL of the account service, used as given; required
+    QUrl serviceUrl;        ///< base URL of the account service, without a slash at the end; required
     QString storagePath;    ///< folder of the token files; it must exist; empty: the working folder
     QString auxiliary1;     ///< carried, not read
     QString auxiliary2;     ///< not read

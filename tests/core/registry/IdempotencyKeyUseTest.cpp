@@ -1,5 +1,7 @@
 // Where a key goes: into the header of its request, through all repeats of it, and across a restart.
+#include <cstdint>
 #include <map>
+#include <string>
 #include <vector>
 
 #include "core/src/registry/requests/ContextRequests.h"
@@ -117,6 +119,29 @@ TEST_F(IdempotencyKeyUse, OutlivesARestart) {
     EXPECT_NE(next, key);
     EXPECT_EQ(platform.files[kKeyFile],
               R"({"entries":[)" + EntryText(Md5Of("SIGNUP_FINALIZE|content"), next, kNow + 86400) + "]}");
+}
+
+TEST_F(IdempotencyKeyUse, OutlivesAChangeOfTheMachinesIdentifiers) {
+    const struct {
+        const char* name;
+        std::vector<std::string> machineIds;
+    } rows[] = {
+        {"another adapter in front", {"MAC-11-22-33-44-55-66", "MAC-AA-BB-CC-DD-EE-FF", "os-serial"}},
+        {"another system", {"another-serial"}},
+        {"none", {}},
+    };
+    const std::string key = KeyOf("content");
+    const std::string bytes = platform.files[kKeyFile];
+    const std::uint32_t writes = Writes();
+    ASSERT_GT(writes, 0u);
+    for (const auto& row : rows) {
+        platform.machineIds = row.machineIds;
+        EXPECT_EQ(KeyOf("content"), key) << row.name;
+        Client restarted = Started();
+        EXPECT_EQ(KeyOf(restarted, "content"), key) << row.name;
+        EXPECT_EQ(Writes(), writes) << row.name;
+        EXPECT_EQ(platform.files[kKeyFile], bytes) << row.name;
+    }
 }
 
 TEST_F(IdempotencyKeyUse, OfTwoClientsOnOneFolderTheLastWriterWins) {

@@ -141,6 +141,19 @@ TEST_F(Renewal, ASecond401IsTheAnswer) {
     EXPECT_EQ(platform.requests.size(), 4u);
 }
 
+TEST_F(Renewal, ASecondAnswerWithoutABodyHasNotTheFirstOnes) {
+    platform.AnswerWith(401, "first");
+    AnswerToken("identity.e30.sig");
+    AnswerToken("context.e30.sig");
+    test::ScriptedAnswer bare;
+    bare.nullBlocks = true;
+    platform.AnswerWith(bare);
+    EXPECT_EQ(Send(), ResultCode::kSuccess);
+    EXPECT_EQ(httpCode, 200u);
+    EXPECT_EQ(Text(responseBody), "");
+    EXPECT_EQ(platform.requests.size(), 4u);
+}
+
 TEST_F(Renewal, AFailureOfTheSecondSendIsReturned) {
     platform.AnswerWith(401, "");
     AnswerToken("identity.e30.sig");
