@@ -19,10 +19,10 @@
 //   platformContext  goes unchanged to every platform operation; may be null
 //   failures  are told to the error outlet as "core/src/quillmarkclient" and returned; a few token operations
 //             write a trace line instead and say so
-//   throws    but for Initialize, no handler: exhausted memory in a container is an exception of portable_stl, and
-//             what a platform operation throws passes through. The native objects turn both into a code.
-//             A sign-in that ends so leaves nobody signed in; a choice of a context, and a second factor,
-//             leave the session as it was until their answer has come
+//   throws    but for Initialize, no handler: exhausted memory in a container is an exception of
+//             portable_stl, and what a platform operation throws passes through. The native objects turn
+//             both into a code. A sign-in that ends so leaves nobody signed in; a choice of a context, and a
+//             second factor, leave the session as it was until their answer has come
 //   blocking  an operation without exchanges returns at once. An exchange normally takes well under a second;
 //             a host that can't be reached holds it for up to 65 s (5 to resolve, 60 to connect), one that
 //             falls silent for 30 s more, and one that drips without end for 15 minutes in all. Each
