@@ -17,8 +17,8 @@
 // thrown, and SIGPIPE never reaches the host.
 //
 //   redirects   at most 10, http and https only and never from https to http (the 3xx is then the answer);
-//               a POST becomes a GET on 301, 302 and 303 (on 303 every method but HEAD); "Authorization" and "Cookie" never go to another
-//               origin
+//               a POST becomes a GET on 301, 302 and 303 (on 303 every method but HEAD); "Authorization" and
+//               "Cookie" never go to another origin
 //   proxy       as libcurl takes it from the environment: http_proxy, https_proxy, no_proxy
 //   TLS         1.2 or newer; peer and host verified against the system's store, see TrustStore.h
 //   encoding    an answer is handed out as it came, never decompressed
@@ -49,9 +49,10 @@ inline constexpr HttpTimeouts kUploadTimeouts{5000, 60000, 30000, 60000};
 // Bounds against a hostile server, passing one is 0x81000006; and what the answer's blocks are made with.
 struct HttpBounds {
     std::size_t bodyBytes = std::size_t{256} * 1024 * 1024;
-    // Of all heads of the call, interim ones and trailers included. libcurl has a bound of its own that nobody
-    // can set: 300 KB a head in 7.88. So with this default a head between 300 KB and 1 MiB is refused too, with
-    // the same code; this bound acts when it is smaller, when many heads add up, and with a libcurl without one.
+    // Of all heads of the call, interim ones and trailers included. libcurl has a bound of its own that
+    // nobody can set: 300 KB a head in 7.88. So with this default a head between 300 KB and 1 MiB is refused
+    // too, with the same code; this bound acts when it is smaller, when many heads add up, and with a libcurl
+    // without one.
     std::size_t headerBytes = std::size_t{1} * 1024 * 1024;
     void* (*alloc)(std::size_t) = quillmarkclient_common::Alloc;
 };

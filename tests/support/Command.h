@@ -1,5 +1,5 @@
-// Runs commands of the machine, such as curl or openssl, the way a person would: as a second opinion on what our
-// code does.
+// Runs commands of the machine, such as curl or openssl, the way a person would: as a second opinion on what
+// our code does.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
-// What the operations of the flat interface and of both native faces answer over a table that lacks one entry.
+// What the operations of the flat interface and of both native faces answer over a table that lacks one
+// entry.
 #pragma once
 
 #include <algorithm>

@@ -1,4 +1,5 @@
-// Every operation of both native faces that gives a code, as rows, and a client and an interface to run them on.
+// Every operation of both native faces that gives a code, as rows, and a client and an interface to run them
+// on.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -143,8 +144,9 @@ protected:
             slots->Release();
         slots = nullptr;
     }
-    /// A state that each call may start from: a fresh core with a sign-in, an interface, a refusal to be asked
-    /// for, contexts to be listed and a document of the host's. Texts are longer than the short form of a string.
+    /// A state that each call may start from: a fresh core with a sign-in, an interface, a refusal to be
+    /// asked for, contexts to be listed and a document of the host's. Texts are longer than the short form of
+    /// a string.
     void Prepare() {
         service.Answer(
             kUser, 200,

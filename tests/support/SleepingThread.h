@@ -1,5 +1,5 @@
-// Waits for another thread of the process to sleep in the system: proof that it stands before a lock that is taken,
-// when there is nothing else that it could wait for. Linux only.
+// Waits for another thread of the process to sleep in the system: proof that it stands before a lock that is
+// taken, when there is nothing else that it could wait for. Linux only.
 #pragma once
 
 #include <sys/types.h>
@@ -12,7 +12,8 @@
 
 namespace test {
 
-// Until the thread of this number sleeps, or half a minute has passed. 0 is a thread that has not come so far.
+// Until the thread of this number sleeps, or half a minute has passed. 0 is a thread that has not come so
+// far.
 inline bool FallsAsleep(const std::atomic<pid_t>& thread) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     while (std::chrono::steady_clock::now() < deadline) {

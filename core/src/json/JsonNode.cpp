@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "core/src/json/Json.h"
+#include "portable_stl/tree.h"
 
 namespace json {
 
@@ -42,26 +43,8 @@ JsonNode& Append(JsonNode& parent, JsonNode&& child) {
 
 }  // namespace
 
-// The way down leads to the last child, and the links back up are set on the way: those that reading left
-// behind may be stale. A node goes when it has no children left.
 void JsonNode::DestroyChildren() noexcept {
-    JsonNode* node = this;
-    while (true) {
-        if (node->children.empty()) {
-            if (node == this)
-                return;
-            node = node->parent;
-            node->children.pop_back();
-            continue;
-        }
-        JsonNode& last = node->children.back();
-        if (last.children.empty()) {
-            node->children.pop_back();
-        } else {
-            last.parent = node;
-            node = &last;
-        }
-    }
+    portable_stl::destroy_children(*this);
 }
 
 JsonNode& AddChild(JsonNode& parent, const string& key, const string& value, bool isString) {

@@ -34,8 +34,8 @@ const JsonNode* ModelOf(const JsonNode& node) noexcept {
     return place == 0 ? nullptr : &node - 1;
 }
 
-// Records have few members; a long list doubles its block as it grows and needs no guess. The bound keeps a hostile
-// document from being given much more than it holds.
+// Records have few members; a long list doubles its block as it grows and needs no guess. The bound keeps a
+// hostile document from being given much more than it holds.
 constexpr std::size_t kMostReserved = 64;
 
 // Lists of alike records are the bulk of a large document, so most containers get all their children into

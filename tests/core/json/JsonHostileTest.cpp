@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tests/core/json/JsonTestSupport.h"
+#include "tests/support/RandomText.h"
 
 namespace {
 
@@ -86,24 +87,14 @@ TEST(JsonHostile, EveryShortTextAgrees) {
     }
 }
 
-std::string RandomText(std::mt19937& random, const std::string& bytes, std::size_t longest) {
-    std::string text(random() % (longest + 1), '\0');
-    for (char& character : text)
-        character = bytes[random() % bytes.size()];
-    return text;
-}
-
 TEST(JsonHostile, RandomTextsAgree) {
-    std::string all;
-    for (int value = 0; value < 256; ++value)
-        all += static_cast<char>(value);
     const struct {
         const char* name;
         std::string bytes;
         std::size_t longest;
         int count;
     } rows[] = {
-        {"any bytes", all, 200, 2000},
+        {"any bytes", test::EveryByte(), 200, 2000},
         {"structure", "[]{}[]{},:,:\"\"a1 ", 40, 10000},
         {"mostly opening", "[[[[{{{{1,:\"\"]}", 60, 10000},
         {"escapes", "\"\"\\\\uu00dDcC8[],", 40, 10000},
@@ -112,7 +103,7 @@ TEST(JsonHostile, RandomTextsAgree) {
     for (const auto& row : rows) {
         std::mt19937 random(4711);
         for (int i = 0; i < row.count; ++i) {
-            ExpectAgreement(RandomText(random, row.bytes, row.longest));
+            ExpectAgreement(test::RandomText(random, row.bytes, row.longest));
             if (HasFatalFailure())
                 FAIL() << row.name << ", text " << i;
         }

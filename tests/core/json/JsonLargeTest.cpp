@@ -4,9 +4,9 @@
 #include <string>
 #include <utility>
 
-#include "portable_stl/exception.h"
 #include "tests/core/json/JsonTestSupport.h"
 #include "tests/support/AllocationFailure.h"
+#include "tests/support/EachAllocation.h"
 #include "tests/support/SmallStack.h"
 
 namespace {
@@ -16,7 +16,7 @@ using json_test::Between;
 using json_test::Text;
 using json_test::Written;
 using test::AllocationCount;
-using test::FailingAllocation;
+using test::FailEachAllocation;
 
 constexpr std::size_t kDepth = 1'000'000;
 
@@ -161,22 +161,6 @@ TEST(JsonLarge, ManyElementsCostTheirNumber) {
     const Cost cost = CostOf(Between("[1", Repeated(",1", count - 1), "]"));
     EXPECT_LT(cost.readBytes, count * 4 * sizeof(JsonNode));
     EXPECT_EQ(cost.written, 2 * count + 1);
-}
-
-// Runs `action` with its first, second, ... allocation failing, until none is left to fail.
-template <class Action>
-std::size_t FailEachAllocation(Action action) {
-    for (std::size_t nth = 1;; ++nth) {
-        const FailingAllocation failing(nth);
-        try {
-            action();
-        } catch (const portable_stl::exception&) {
-            EXPECT_TRUE(failing.HasFailed()) << nth;
-            continue;
-        }
-        EXPECT_FALSE(failing.HasFailed()) << "swallowed, allocation " << nth;
-        return nth - 1;
-    }
 }
 
 TEST(JsonLarge, EveryFailedAllocationOfAReadThrows) {

@@ -2,8 +2,8 @@
 //
 //   INSTANTIATE_TEST_SUITE_P(Linux, HttpConformance, ::testing::Values(FilledPlatform{"linux", &table}));
 //
-// A platform adds headers of its own and may write its request line and its line ends as it likes, so the rows
-// look at what the caller gave and not at the whole head.
+// A platform adds headers of its own and may write its request line and its line ends as it likes, so the
+// rows look at what the caller gave and not at the whole head.
 #pragma once
 
 #include <cstdint>
