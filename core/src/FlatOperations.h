@@ -57,8 +57,10 @@ QUILLMARK_CORE_EXPORT void Shutdown(ClientContext* context, void* platformContex
 /// Takes back what an operation gave out; null is accepted, and a null handle too. Returns 0.
 QUILLMARK_CORE_EXPORT ResultCode FreeMemory(ClientContext* context, void* block, void* platformContext);
 
-// --- Sign-in: each returns the service's answer; a success of those that sign in is stored for the next start,
-// --- but for an administrator's and for a token that is taken over ---
+// --- Sign-in ---
+//
+// Each returns the service's answer. A success of those that sign in is stored for the next start, but for an
+// administrator's and for a token that is taken over.
 //
 // Three codes are steps rather than faults, though they are reported like all: kSecondFactorRequired (the
 // challenge stands in GetLastServiceError, then ConfirmSecondFactor), kInvalidVerificationCode (once more)
@@ -171,5 +173,61 @@ QUILLMARK_CORE_EXPORT void SignOut(ClientContext* context, void* platformContext
 [[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode GetLastServiceError(ClientContext* context,
                                                                    ServiceErrorRecord** out,
                                                                    void* platformContext);
+
+// --- Features: no sign-in is needed unless said otherwise ---
+//
+// Each may also return kRequestNotSent, kTimedOut, kInsufficientResources, and kInternalError for a client
+// without a session. Those that take the bearer token along (all but CreateTicket and the reports) may return
+// the code of a renewal that the service refused: the family 0x82, kServiceMaintenance.
+
+/// The newest build that the product's update feed offers for 64-bit Windows, newer than `currentVersion`: in
+/// `language`, else in English when that feed is not there. Up to 8 exchanges.
+///
+/// What the feed says is handed on unchanged: check the address's scheme, verify the download, clean the
+/// HTML.
+///   returns  0; kInvalidParameters (null out; any text null or empty); kNoUpdate; kFeedInvalid;
+///            kFeedUnavailable; kAuthorizationDenied (a feed that is not for everybody, and no identity to
+///            renew the token by)
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode GetProductUpdateInfo(
+    ClientContext* context, const char* feedName, const char* feedVariant, const char* currentVersion,
+    const char* language, ProductUpdateInfo** out, void* platformContext);
+
+/// Files a customer request as a ticket and hands out its number, empty when the service's answer tells none.
+/// The same request within a day is the same ticket. Up to 5 exchanges, and up to 4 waits of at most 30 s
+/// while the service is at work.
+///   returns  0; kInvalidParameters (null record or out; an email, title or description that is null or
+///            empty); kInternalError (any refusal: see GetLastServiceError)
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode CreateTicket(ClientContext* context,
+                                                            const CustomerRequest* request, char** out,
+                                                            void* platformContext);
+
+/// Makes a principal administrator and hands out his record. Needs a session that may do so. Up to 4
+/// exchanges. Without a name he is "Super User", without a description "Super user created via
+/// tessaly.quillmarkclient".
+///   returns  0; kInvalidParameters (null record or out; an email or password that is null or empty);
+///            kAuthorizationDenied (nobody signed in); kEmailUnverifiedOrBlocked (not allowed to);
+///            kCannotDeserialize: made, but the answer can't be read; the family 0x82; kServiceMaintenance
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode CreatePrincipalAdmin(ClientContext* context,
+                                                                    const PrincipalAdminRequest* request,
+                                                                    PrincipalAdmin** out,
+                                                                    void* platformContext);
+
+/// Posts what a backup product knows of this computer. Up to 4 exchanges. An answer that speaks of an error
+/// is reported under code 0 and is no failure. GetLastServiceError does not learn of a refusal.
+///   returns  0; kInvalidParameters (null record); kMetadataRefused; kAuthorizationDenied;
+///            kServiceUnavailable
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode SendBackupMetadata(ClientContext* context,
+                                                                  const BackupMetadataRecord* record,
+                                                                  void* platformContext);
+
+/// Composes the report of a backup and drops it: there is nobody to send it to yet. No exchange. A null
+/// record is kInvalidParameters.
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode SendOnlineBackupReport(ClientContext* context,
+                                                                      const OnlineBackupReportRecord* report,
+                                                                      void* platformContext);
+/// The same for the wipe of a disk.
+[[nodiscard]] QUILLMARK_CORE_EXPORT ResultCode SendOnlineReport(ClientContext* context,
+                                                                const OnlineReportRecord* report,
+                                                                void* platformContext);
 
 }  // namespace quillmarkclient

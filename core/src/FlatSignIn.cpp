@@ -26,8 +26,8 @@ void WriteTokenFiles(ClientContext& context, void* platformContext) {
     quillmarkclient_core::StoreContextFile(*context.core, state.accessToken, platformContext);
 }
 
-// Takes a sign-in back whose storing an exception ends: its caller hears of a failure, so neither this run nor
-// the next start may find it.
+// Takes a sign-in back whose storing an exception ends: its caller hears of a failure, so neither this run
+// nor the next start may find it.
 class StoringGuard {
 public:
     StoringGuard(ClientContext& context, void* platformContext)
@@ -62,10 +62,6 @@ void PersistTokens(ClientContext& context, void* platformContext) {
 void DropSignIn(ClientContext& context, void* platformContext) {
     if (context.core->IsSignedIn())
         SignOut(&context, platformContext);
-}
-
-bool IsEmpty(const char* text) {
-    return text == nullptr || *text == '\0';
 }
 
 }  // namespace

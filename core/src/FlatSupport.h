@@ -19,4 +19,13 @@ inline bool HasSession(const ClientContext* context) {
     return context != nullptr && context->registryClient && context->lastServiceError && context->core;
 }
 
+/// Whether the handle has what the features need.
+inline bool HasCore(const ClientContext* context) {
+    return context != nullptr && context->core;
+}
+
+inline bool IsEmpty(const char* text) {
+    return text == nullptr || *text == '\0';
+}
+
 }  // namespace quillmarkclient

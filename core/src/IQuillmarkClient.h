@@ -41,9 +41,6 @@ protected:
 ///             caller's until FreeMemory, and may be freed from any thread
 ///   codes     those of the operation of the same name in FlatOperations.h; kInternalError when memory is
 ///             exhausted inside the core or a platform operation throws. Nothing is thrown
-///
-/// SendOnlineBackupReport, SendOnlineReport and SendBackupMetadata have nothing behind them in this version:
-/// they answer kNotInitialized and do nothing.
 class IQuillmarkClient : public IQuillmarkClientBase {
 public:
     /// The detail of the service's last refusal; `*out` is null when the service has refused nothing yet.
@@ -58,16 +55,19 @@ public:
     virtual ResultCode SignInToContext(const ContextChoice* choice) noexcept = 0;
     /// A list of pointers ended by a null pointer, one block with all that it points to.
     virtual ResultCode GetCustomerContexts(CustomerContext*** out) noexcept = 0;
-    /// The keys of the social providers: a list of texts one behind the other, ended by an empty one; two zero
-    /// bytes when there are none. With a null `out` the service is asked all the same.
+    /// The keys of the social providers: a list of texts one behind the other, ended by an empty one; two
+    /// zero bytes when there are none. With a null `out` the service is asked all the same.
     virtual ResultCode GetSocialProviders(char** out) noexcept = 0;
     /// Signs in with a token of a social provider.
     virtual ResultCode SignInWithSocialToken(const char* providerKey, const char* accessToken) noexcept = 0;
     /// Signs in with a code of a provider's browser flow.
     /// \param operation  0 sign-in, 1 sign-up, 2 link
     virtual ResultCode SignInWithSocialCode(const char* code, std::uint32_t operation) noexcept = 0;
+    /// Composes the report of a backup run and drops it: there is nobody to send it to yet.
     virtual ResultCode SendOnlineBackupReport(const OnlineBackupReportRecord* report) noexcept = 0;
+    /// The same for the report of a wipe.
     virtual ResultCode SendOnlineReport(const OnlineReportRecord* report) noexcept = 0;
+    /// Posts what a backup product knows of this computer.
     virtual ResultCode SendBackupMetadata(const BackupMetadataRecord* metadata) noexcept = 0;
     /// Takes back what an operation above gave out; null is accepted. Returns 0.
     virtual ResultCode FreeMemory(void* block) noexcept = 0;

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "core/src/BackupMetadataRecord.h"
+#include "core/src/OnlineReportRecords.h"
 #include "core/src/system/PlatformTable.h"
 
 // What crosses the native boundary: structures of integers and zero-terminated UTF-8 texts.
@@ -96,9 +98,18 @@ struct PrincipalAdmin {
     const char* description;
 };
 
-// Records of the backup services; they join with their operations.
-struct OnlineBackupReportRecord;
-struct OnlineReportRecord;
-struct BackupMetadataRecord;
+/// One extra parameter of a customer request.
+struct KeyValuePair {
+    const char* key;
+    const char* value;
+};
+
+/// A customer request that is to be filed as a ticket. The first three are never null.
+struct CustomerRequest {
+    const char* email;
+    const char* title;
+    const char* description;
+    const KeyValuePair* const* additionalParameters;  // ended by a null pointer; may be null itself
+};
 
 }  // namespace quillmarkclient

@@ -275,4 +275,65 @@ ResultCode QuillmarkClient::GetCustomerData(CustomerDataValue& data) noexcept {
     });
 }
 
+ResultCode QuillmarkClient::GetProductUpdateInfo(const std::string& feedName, const std::string& feedVariant,
+                                                 const std::string& currentVersion,
+                                                 const std::string& language,
+                                                 ProductUpdateInfoValue& info) noexcept {
+    return RunLocked(data_, [&](ClientContext* context) {
+        ProductUpdateInfo* record = nullptr;
+        const auto code =
+            quillmarkclient::GetProductUpdateInfo(context, feedName.c_str(), feedVariant.c_str(),
+                                                  currentVersion.c_str(), language.c_str(), &record, nullptr);
+        if (!IsSuccess(code))
+            return code;
+        const MadeBlock block(context, record);
+        info =
+            ProductUpdateInfoValue{ToText(record->version), ToText(record->description), ToText(record->url)};
+        return code;
+    });
+}
+
+ResultCode QuillmarkClient::CreateTicket(
+    const std::string& email, const std::string& title, const std::string& description,
+    const std::vector<std::pair<std::string, std::string>>& additionalParameters,
+    std::string& number) noexcept {
+    return RunLocked(data_, [&](ClientContext* context) {
+        std::vector<KeyValuePair> pairs;
+        pairs.reserve(additionalParameters.size());
+        for (const auto& [key, value] : additionalParameters)
+            pairs.push_back({key.c_str(), value.c_str()});
+        std::vector<const KeyValuePair*> list;
+        list.reserve(pairs.size() + 1);
+        for (const KeyValuePair& pair : pairs)
+            list.push_back(&pair);
+        list.push_back(nullptr);
+
+        const CustomerRequest request{email.c_str(), title.c_str(), description.c_str(), list.data()};
+        char* text = nullptr;
+        const auto code = quillmarkclient::CreateTicket(context, &request, &text, nullptr);
+        if (!IsSuccess(code))
+            return code;
+        const MadeBlock block(context, text);
+        number = ToText(text);
+        return code;
+    });
+}
+
+ResultCode QuillmarkClient::CreatePrincipalAdmin(const std::string& name, const std::string& email,
+                                                 const std::string& password, const std::string& description,
+                                                 PrincipalAdminValue& admin) noexcept {
+    return RunLocked(data_, [&](ClientContext* context) {
+        const PrincipalAdminRequest request{name.c_str(), email.c_str(), password.c_str(),
+                                            description.c_str()};
+        PrincipalAdmin* record = nullptr;
+        const auto code = quillmarkclient::CreatePrincipalAdmin(context, &request, &record, nullptr);
+        if (!IsSuccess(code))
+            return code;
+        const MadeBlock block(context, record);
+        admin = PrincipalAdminValue{ToText(record->id), ToText(record->name), ToText(record->email),
+                                    ToText(record->description)};
+        return code;
+    });
+}
+
 }  // namespace quillmarkclient

@@ -54,6 +54,14 @@ struct ProductUpdateInfoValue {
     std::string url;
 };
 
+/// A principal administrator as the service made it.
+struct PrincipalAdminValue {
+    std::string id;
+    std::string name;
+    std::string email;
+    std::string description;
+};
+
 /// The detail of the service's last refusal; resultCode 0 when there was none.
 struct ServiceErrorValue {
     std::uint32_t resultCode = 0;
@@ -76,8 +84,8 @@ struct ServiceErrorValue {
 ///             log outlets run under it and must not call back
 ///   blocking  an exchange normally takes well under a second. A host that can't be reached holds it for
 ///             up to 65 s, one that falls silent for 30 s more, one that drips without end for 15 minutes.
-///             Each operation names the most exchanges that it makes, one behind the other. A call that waits for
-///             the mutex waits for the exchanges of the call before it as well
+///             Each operation names the most exchanges that it makes, one behind the other. A call that waits
+///             for the mutex waits for the exchanges of the call before it as well
 ///   strings   UTF-8; what stands behind a zero byte is not seen by the core
 ///   outs      written on success only; lists are replaced
 ///   codes     the core's, unchanged. kNotInitialized before a successful Init (IsSignedIn false, SignOut
@@ -176,6 +184,25 @@ public:
 
     /// The user's details; kAuthorizationDenied unless signed in. Up to 4 exchanges.
     [[nodiscard]] ResultCode GetCustomerData(CustomerDataValue& data) noexcept;
+
+    /// The newest build that the product's update feed offers; `currentVersion` and `language` as in
+    /// FlatOperations.h, which tells all codes. Up to 8 exchanges.
+    [[nodiscard]] ResultCode GetProductUpdateInfo(const std::string& feedName, const std::string& feedVariant,
+                                                  const std::string& currentVersion,
+                                                  const std::string& language,
+                                                  ProductUpdateInfoValue& info) noexcept;
+
+    /// Files a ticket, once however often it is asked for within a day. Up to 5 exchanges, and up to 4 waits
+    /// of at most 30 s.
+    [[nodiscard]] ResultCode CreateTicket(
+        const std::string& email, const std::string& title, const std::string& description,
+        const std::vector<std::pair<std::string, std::string>>& additionalParameters,
+        std::string& number) noexcept;
+
+    /// Makes a principal administrator; an empty name or description has a default. Up to 4 exchanges.
+    [[nodiscard]] ResultCode CreatePrincipalAdmin(const std::string& name, const std::string& email,
+                                                  const std::string& password, const std::string& description,
+                                                  PrincipalAdminValue& admin) noexcept;
 
 private:
     std::shared_ptr<PrivateData> data_;  // null until Init succeeds

@@ -117,19 +117,22 @@ ResultCode QuillmarkClientInstance::SignInWithSocialCode(const char* code, std::
     });
 }
 
-// The three below have no flat operation behind them yet, and so answer as an object without a core does.
-
-ResultCode QuillmarkClientInstance::SendOnlineBackupReport(
-    const OnlineBackupReportRecord* /*report*/) noexcept {
-    return ResultCode::kNotInitialized;
+ResultCode QuillmarkClientInstance::SendOnlineBackupReport(const OnlineBackupReportRecord* report) noexcept {
+    return RunLocked(data_, [&](ClientContext* context) {
+        return quillmarkclient::SendOnlineBackupReport(context, report, nullptr);
+    });
 }
 
-ResultCode QuillmarkClientInstance::SendOnlineReport(const OnlineReportRecord* /*report*/) noexcept {
-    return ResultCode::kNotInitialized;
+ResultCode QuillmarkClientInstance::SendOnlineReport(const OnlineReportRecord* report) noexcept {
+    return RunLocked(data_, [&](ClientContext* context) {
+        return quillmarkclient::SendOnlineReport(context, report, nullptr);
+    });
 }
 
-ResultCode QuillmarkClientInstance::SendBackupMetadata(const BackupMetadataRecord* /*metadata*/) noexcept {
-    return ResultCode::kNotInitialized;
+ResultCode QuillmarkClientInstance::SendBackupMetadata(const BackupMetadataRecord* metadata) noexcept {
+    return RunLocked(data_, [&](ClientContext* context) {
+        return quillmarkclient::SendBackupMetadata(context, metadata, nullptr);
+    });
 }
 
 ResultCode QuillmarkClientInstance::FreeMemory(void* block) noexcept {

@@ -32,6 +32,7 @@ enum class QUILLMARKCLIENT_ERROR : std::uint32_t {
     kCannotSerialize = 0x8000000A,
     kNotInitialized = 0x8000000B,
     kServiceMaintenance = 0x8000000C,
+    kServiceUnavailable = 0x8000000D,
 
     kFileOpen = 0x81000001,
     kFileRead = 0x81000002,
@@ -73,6 +74,12 @@ enum class QUILLMARKCLIENT_ERROR : std::uint32_t {
     kSignUpNotFinalized = 0x82000011,
     kSecondFactorRequired = 0x82000012,
     kInvalidVerificationCode = 0x82000013,
+
+    kMetadataRefused = 0x83000001,
+
+    kFeedInvalid = 0x84000001,
+    kNoUpdate = 0x84000004,  // no such feed, or nothing newer in it
+    kFeedUnavailable = 0x84000006,
 
     kSecretsFormat = 0x85000001,
     kSecretsFileNotFound = 0x85000002,

@@ -176,8 +176,8 @@ protected:
         ExpectNobody(nth);
     }
 
-    // The call has failed: the next start finds the former session while nothing of the new one was stored, and
-    // from then on nobody's.
+    // The call has failed: the next start finds the former session while nothing of the new one was stored,
+    // and from then on nobody's.
     void ExpectNoHalfFile(std::size_t nth) {
         if (dropped_ == 0 && platform.files.count("store/LIC0") == 1) {
             ++kept_;

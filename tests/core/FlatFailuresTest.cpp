@@ -219,8 +219,8 @@ TEST_F(FlatFailures, EachAllocationOfEachCallFailsInTurn) {
     EXPECT_GT(failures, 300u) << "the calls allocate less than they used to, or nothing fails";
 }
 
-// What `call` returns without its nth block. The identifiers' block is asked for ahead of the text that is handed
-// out; a key for a request is made without them as well.
+// What `call` returns without its nth block. The identifiers' block is asked for ahead of the text that is
+// handed out; a key for a request is made without them as well.
 ResultCode CodeWithoutBlock(const std::string& call, std::size_t nth) {
     if (call == "GetDeviceId" && nth == 1)
         return ResultCode::kMachineId;
@@ -246,7 +246,8 @@ TEST_F(FlatFailures, EachBlockOfTheTableFailsInTurn) {
     }
 }
 
-// What each call returns when its nth exchange fails. What stores or completes a good sign-in is not essential.
+// What each call returns when its nth exchange fails. What stores or completes a good sign-in is not
+// essential.
 const struct {
     const char* call;
     std::vector<std::uint32_t> codes;
@@ -271,8 +272,8 @@ std::vector<std::uint32_t> CodesOfFailedExchanges(const std::string& call) {
     return {};
 }
 
-// What `call` returns with the nth `operation` failing: the library's own files, their cipher and the machine's
-// identifiers, where not asked for, fail no call.
+// What `call` returns with the nth `operation` failing: the library's own files, their cipher and the
+// machine's identifiers, where not asked for, fail no call.
 std::uint32_t CodeOfFailure(const std::string& call, Operation operation, std::size_t nth) {
     if (operation == Operation::HttpRequest)
         return CodesOfFailedExchanges(call).at(nth - 1);

@@ -1,4 +1,5 @@
-// The sign-in of a business and of a principal administrator: what it asks of the service, and what it stores.
+// The sign-in of a business and of a principal administrator: what it asks of the service, and what it
+// stores.
 #include <gtest/gtest.h>
 
 #include <string>

@@ -1,5 +1,7 @@
-// The layouts of what crosses the native boundary: hosts are built on them, so that each number here is interface.
+// The layouts of what crosses the native boundary: hosts are built on them, so that each number here is
+// interface.
 #include "core/src/PlainRecords.h"
+#include "tests/support/RecordLayout.h"
 
 #include <gtest/gtest.h>
 
@@ -19,18 +21,8 @@ using quillmarkclient::QuillmarkClientInit;
 using quillmarkclient::RetryPolicyRecord;
 using quillmarkclient::ServiceErrorRecord;
 using quillmarkclient_core::PlatformTable;
-
-struct Layout {
-    const char* name;
-    std::size_t actual;
-    std::size_t expected;
-};
-
-template <std::size_t count>
-void Expect(const Layout (&rows)[count]) {
-    for (const Layout& row : rows)
-        EXPECT_EQ(row.actual, row.expected) << row.name;
-}
+using test::ExpectLayouts;
+using test::Layout;
 
 TEST(PlainRecords, Sizes) {
     static constexpr Layout rows[] = {
@@ -46,7 +38,7 @@ TEST(PlainRecords, Sizes) {
         {"PrincipalAdmin", sizeof(PrincipalAdmin), 32},
         {"PlatformTable", sizeof(PlatformTable), 200},
     };
-    Expect(rows);
+    ExpectLayouts(rows);
 }
 
 TEST(PlainRecords, TheStartUpRecord) {
@@ -65,7 +57,7 @@ TEST(PlainRecords, TheStartUpRecord) {
         {"RetryPolicyRecord.idempotencyWaitMs", offsetof(RetryPolicyRecord, idempotencyWaitMs), 8},
         {"RetryPolicyRecord.idempotencyWaitCapMs", offsetof(RetryPolicyRecord, idempotencyWaitCapMs), 12},
     };
-    Expect(rows);
+    ExpectLayouts(rows);
 }
 
 TEST(PlainRecords, WhatGoesIn) {
@@ -77,7 +69,7 @@ TEST(PlainRecords, WhatGoesIn) {
         {"PrincipalAdminRequest.password", offsetof(PrincipalAdminRequest, password), 16},
         {"PrincipalAdminRequest.description", offsetof(PrincipalAdminRequest, description), 24},
     };
-    Expect(rows);
+    ExpectLayouts(rows);
 }
 
 TEST(PlainRecords, WhatGoesOut) {
@@ -109,7 +101,7 @@ TEST(PlainRecords, WhatGoesOut) {
         {"PrincipalAdmin.email", offsetof(PrincipalAdmin, email), 16},
         {"PrincipalAdmin.description", offsetof(PrincipalAdmin, description), 24},
     };
-    Expect(rows);
+    ExpectLayouts(rows);
 }
 
 // The 25 operations in their order.
@@ -141,7 +133,7 @@ TEST(PlainRecords, ThePlatformTable) {
         {"RsaPublicDecrypt", offsetof(PlatformTable, RsaPublicDecrypt), 184},
         {"FreeCryptoBuffer", offsetof(PlatformTable, FreeCryptoBuffer), 192},
     };
-    Expect(rows);
+    ExpectLayouts(rows);
 }
 
 TEST(PlainRecords, HoldNothingButPlainFields) {

@@ -1,5 +1,5 @@
-// What both native faces make of memory that ends, of platforms that throw or lack an operation, and of a lock
-// that fails.
+// What both native faces make of memory that ends, of platforms that throw or lack an operation, and of a
+// lock that fails.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -214,8 +214,8 @@ constexpr struct {
     {"no exception class at all", [] { throw 7; }, 0x80000001u},
 };
 
-// The operations that take blocks back are called on the way of other failures as well; they have a test of their
-// own.
+// The operations that take blocks back are called on the way of other failures as well; they have a test of
+// their own.
 constexpr Operation kReleases[] = {Operation::Free, Operation::HttpFree, Operation::FreeCryptoBuffer};
 
 bool IsRelease(Operation operation) {

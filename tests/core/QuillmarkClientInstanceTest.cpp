@@ -141,17 +141,6 @@ TEST_F(QuillmarkClientInstanceTest, NullArgumentsAreCodes) {
     EXPECT_TRUE(platform.requests.empty());
 }
 
-TEST_F(QuillmarkClientInstanceTest, SlotsWithNothingBehindAnswerAsUninitialised) {
-    InitAndSignIn();
-    Create();
-    EXPECT_EQ(face->SendOnlineBackupReport(nullptr), ResultCode::kNotInitialized);
-    EXPECT_EQ(face->SendOnlineReport(nullptr), ResultCode::kNotInitialized);
-    EXPECT_EQ(face->SendBackupMetadata(nullptr), ResultCode::kNotInitialized);
-    EXPECT_TRUE(face->IsSignedIn());
-    EXPECT_TRUE(platform.requests.empty());
-    EXPECT_TRUE(platform.logOrder.empty());
-}
-
 TEST_F(QuillmarkClientInstanceTest, SignsInByASocialProvider) {
     using test::kIdentities, test::kIdentitySecret, test::kNewIdentity, test::kOwnContextToken, test::kTrusts;
     const struct {

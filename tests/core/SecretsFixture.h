@@ -21,6 +21,7 @@ inline constexpr char kContextToken[] = "mark-context-token";
 inline constexpr char kIdentitySecret[] = "mark-identity-secret";
 inline constexpr char kSocialCode[] = "mark-social-code";
 inline constexpr char kProviderToken[] = "mark-provider-token";
+inline constexpr char kHostText[] = "mark-host-text";    // what a host puts into tickets, documents, reports
 inline constexpr char kKey[] = "(the idempotency key)";  // stands for the one that was sent
 
 // The service's own words, which are no secret of ours and may be anybody's.
@@ -39,6 +40,10 @@ inline constexpr char kBusinessCode[] = "POST /api/business/registry/v2/tokens/e
 inline constexpr char kBusinessRenewal[] = "POST /api/business/registry/v2/tokens/identity";
 inline constexpr char kDynamicContext[] = "POST /api/quillmark/USE_DYNAMIC_CONTEXT";
 inline constexpr char kAdminPassword[] = "POST /api/admin/id/v0/tokens/password";
+inline constexpr char kFeed[] = "GET /feeds/app_free_en/rss";
+inline constexpr char kTicket[] = "POST /api/quillmark/CUSTOMER_TICKET_REGISTRATION";
+inline constexpr char kMetadata[] = "POST /api/quillmark/webhook?name=brx-backup-metadata";
+inline constexpr char kAdmins[] = "POST /api/admin/id/v0/principals/admins";
 
 inline std::string TokenBody(const char* token) {
     return std::string(R"({"accessToken":")") + token + R"("})";
@@ -57,6 +62,10 @@ protected:
             service.Answer(line, 204, "");
         service.Answer(test::kIdentitySecret, 200, kIdentitySecret);
         service.Answer(kProviders, 200, R"([{"key":"acme"}])");
+        service.Answer(kFeed, 200, "<rss/>");
+        service.Answer(kTicket, 200, "{}");
+        service.Answer(kMetadata, 200, "{}");
+        service.Answer(kAdmins, 200, R"([{"id":"7","name":"n","email":"e","description":"d"}])");
     }
 
     // --- the flows
@@ -106,6 +115,35 @@ protected:
     void RefusedSignUp() {
         service.AnswerOnce(kSignUpByCode, 400, std::string(R"({"detail":")") + kSignUpWords + R"("})");
         SocialCode(1, ResultCode::kCompatibilityBroken);
+    }
+    void CheckForUpdates() {
+        quillmarkclient::ProductUpdateInfo* info = nullptr;
+        EXPECT_EQ(quillmarkclient::GetProductUpdateInfo(context, "app", "free", "1.0", "en", &info, nullptr),
+                  ResultCode::kFeedInvalid);
+    }
+    void FileTicket() {
+        const quillmarkclient::CustomerRequest request{kHostText, kHostText, kHostText, nullptr};
+        char* number = nullptr;
+        EXPECT_EQ(quillmarkclient::CreateTicket(context, &request, &number, nullptr), ResultCode::kSuccess);
+        quillmarkclient::FreeMemory(context, number, nullptr);
+    }
+    void PostMetadata() {
+        quillmarkclient::SystemInfo system{};
+        system.deviceName = kHostText;
+        const quillmarkclient::BackupMetadataRecord record{&system, nullptr, nullptr, nullptr};
+        EXPECT_EQ(quillmarkclient::SendBackupMetadata(context, &record, nullptr), ResultCode::kSuccess);
+    }
+    void MakeAdministrator() {
+        const quillmarkclient::PrincipalAdminRequest request{kHostText, kLogin, kPassword, kHostText};
+        quillmarkclient::PrincipalAdmin* made = nullptr;
+        EXPECT_EQ(quillmarkclient::CreatePrincipalAdmin(context, &request, &made, nullptr),
+                  ResultCode::kSuccess);
+        quillmarkclient::FreeMemory(context, made, nullptr);
+    }
+    void ComposeReport() {
+        quillmarkclient::OnlineReportRecord report{};
+        report.head.Person = kHostText;
+        EXPECT_EQ(quillmarkclient::SendOnlineReport(context, &report, nullptr), ResultCode::kSuccess);
     }
     void RefuseSignIn(const char* requestLine) {
         service.AnswerOnce(requestLine, 401, std::string(R"({"detail":")") + kWords + R"("})");

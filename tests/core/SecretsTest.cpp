@@ -12,7 +12,8 @@ using Strings = std::vector<std::string>;
 class Secrets : public SecretsFixture {};
 
 const Strings kEverySecret = {kLogin,        kPassword,       kChallenge,  kFactorCode,    kBareToken,
-                              kContextToken, kIdentitySecret, kSocialCode, kProviderToken, kKey};
+                              kContextToken, kIdentitySecret, kSocialCode, kProviderToken, kHostText,
+                              kKey};
 
 // --- the trace outlet, flow by flow
 
@@ -135,6 +136,26 @@ TEST_F(Secrets, TheTraceOutletShowsOfEachFlow) {
          {kIdentitySecret},
          {kIdentitySecret}},
         {"administrator: password", 2, [this] { Start(); }, [this] { SignIn(); }, {kLogin, kPassword}, {}},
+        {"update check", 0, [this] { StartSignedIn(); }, [this] { CheckForUpdates(); }, {kContextToken}, {}},
+        {"ticket",
+         0,
+         [this] { StartSignedIn(); },
+         [this] { FileTicket(); },
+         {kHostText, kKey},
+         {kHostText, kKey}},
+        {"metadata document",
+         0,
+         [this] { StartSignedIn(); },
+         [this] { PostMetadata(); },
+         {kContextToken, kHostText},
+         {kHostText}},
+        {"new administrator",
+         0,
+         [this] { StartSignedIn(); },
+         [this] { MakeAdministrator(); },
+         {kLogin, kPassword, kContextToken, kHostText},
+         {}},
+        {"report", 0, [this] { StartSignedIn(); }, [this] { ComposeReport(); }, {}, {}},
     };
     for (const Flow& flow : flows) {
         SCOPED_TRACE(flow.name);
@@ -176,6 +197,14 @@ TEST_F(Secrets, OfAHiddenBodyOnlyTheStarsAreShown) {
          "\tbody: {\"challengeToken\": \"***\", \"code\": \"***\"}\n"},
         {"business", 1, [this] { SignIn(); }, "\tbody: {\"login\": \"***\", \"password\": \"***\"}\n"},
         {"administrator", 2, [this] { SignIn(); }, "\tbody: {\"email\": \"***\", \"password\": \"***\"}\n"},
+        {"new administrator", 0,
+         [this] {
+             SignIn();
+             Forget();
+             MakeAdministrator();
+         },
+         "\tbody: [{\"name\": \"***\", \"email\": \"***\", \"password\": \"***\", "
+         "\"description\": \"***\", \"isEnabled\": true}]\n"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -184,11 +213,12 @@ TEST_F(Secrets, OfAHiddenBodyOnlyTheStarsAreShown) {
         Start();
         Forget();
         row.run();
-        ASSERT_FALSE(platform.traceLines.empty());
-        const std::string& line = platform.traceLines[0];
-        const std::string end = row.line;
-        ASSERT_GE(line.size(), end.size());
-        EXPECT_EQ(line.substr(line.size() - end.size()), end);
+        const auto& lines = platform.traceLines;
+        const auto request = std::find_if(lines.begin(), lines.end(), [](const std::string& line) {
+            return line.find("\tbody: ") != std::string::npos;
+        });
+        ASSERT_NE(request, lines.end());
+        EXPECT_EQ(request->substr(request->find("\tbody: ")), row.line);
     }
 }
 
@@ -217,10 +247,15 @@ TEST_F(Secrets, OfACustomer) {
         // Every file is written, and every outlet told something, behind the last use of every secret.
         [this] { SocialCode(1); },
         [this] { SignInToContext(1); },
+        [this] { CheckForUpdates(); },
+        [this] { FileTicket(); },
+        [this] { PostMetadata(); },
+        [this] { MakeAdministrator(); },
+        [this] { ComposeReport(); },
         [this] { RefuseSignIn(test::kPassword); },
     });
     ExpectSent(kEverySecret);
-    EXPECT_EQ(keys_.size(), 2u) << "of the token and of the code";
+    EXPECT_EQ(keys_.size(), 3u) << "of the token, of the code and of the ticket";
     ExpectShown(
         {
             {kLogin, {}},
@@ -232,6 +267,7 @@ TEST_F(Secrets, OfACustomer) {
             {kIdentitySecret, {"trace outlet", "LIC0 deciphered"}},
             {kSocialCode, {"trace outlet"}},
             {kProviderToken, {"trace outlet"}},
+            {kHostText, {"trace outlet"}},
             {kKey, {"trace outlet", "LIC2"}},
             {kWords, {"error record"}},
             {kSignUpWords, {"trace outlet", "error record"}},

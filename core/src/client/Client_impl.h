@@ -5,6 +5,20 @@
 
 namespace quillmarkclient_core {
 
+namespace client_detail {
+
+/// Reports a failure with the line of the caller, and returns it.
+inline ResultCode Fail(ResultCode code, std::uint32_t line = static_cast<std::uint32_t>(__builtin_LINE())) {
+    return ReportError(code, "core/src/client/Client", line);
+}
+
+/// The same for a code that may be a success.
+inline ResultCode Ended(ResultCode code, std::uint32_t line = static_cast<std::uint32_t>(__builtin_LINE())) {
+    return IsSuccess(code) ? code : Fail(code, line);
+}
+
+}  // namespace client_detail
+
 template <class SystemApiType>
 Client<SystemApiType>::Client(const portable_stl::string& folder, const portable_stl::string& baseUrl,
                               registry::RegistryClient<Api>* session,
@@ -19,14 +33,10 @@ bool Client<SystemApiType>::IsSignedIn() const {
 template <class SystemApiType>
 ResultCode Client<SystemApiType>::GetCustomerData(registry::CustomerInfo& info,
                                                   registry::ServiceErrorInfo* errorInfo, void* context) {
-    constexpr const char* kSource = "core/src/client/Client";
     QUILLMARK_TRACE("%s", "quillmarkclient_core::Client::GetCustomerData");
     if (!IsSignedIn())
-        return ReportError(ResultCode::kAuthorizationDenied, kSource, __LINE__);
-    const auto code = registryClient->GetCustomerInfo(info, errorInfo, context);
-    if (!IsSuccess(code))
-        return ReportError(code, kSource, __LINE__);
-    return code;
+        return client_detail::Fail(ResultCode::kAuthorizationDenied);
+    return client_detail::Ended(registryClient->GetCustomerInfo(info, errorInfo, context));
 }
 
 }  // namespace quillmarkclient_core

@@ -9,7 +9,7 @@ inline constexpr char kCustomerRegistry[] = "/api/customer/registry";  // custom
 inline constexpr char kBusinessRegistry[] = "/api/business/registry";  // business sign-in and tokens
 
 inline constexpr char kPublicRegistry[] = "/api/public/registry";      // lists that need no sign-in
-inline constexpr char kPrincipalAdminIdentity[] = "/api/admin/id/v0";  // administrator sign-in
+inline constexpr char kPrincipalAdminIdentity[] = "/api/admin/id/v0";  // administrators
 inline constexpr char kNamedOperations[] = "/api/quillmark";           // operations called by name
 
 }  // namespace registry

@@ -1,5 +1,5 @@
-// The memory of idempotency keys: the same operation within a day goes out under the same key, after a restart
-// of the host too.
+// The memory of idempotency keys: the same operation within a day goes out under the same key, after a
+// restart of the host too.
 //
 //   operation    a scope and a content text; equal texts are one operation
 //   entry        MD5 of both, the key, the time of its making
@@ -40,8 +40,8 @@ void AttachIdempotencyKey(RegistryClient<Api>& client, Request<Api>& request, co
                           const portable_stl::string& content, void* context);
 
 /// The operation's key: that of a living entry, as it stands there, or a new one of 36 characters, which is
-/// stored. Drops from `entries` what has expired or comes from the future. Empty when the platform can't hash,
-/// and then nothing is stored, or when the file's entry has an empty key.
+/// stored. Drops from `entries` what has expired or comes from the future. Empty when the platform can't
+/// hash, and then nothing is stored, or when the file's entry has an empty key.
 template <class Api>
 [[nodiscard]] portable_stl::string GetOrCreateKey(const portable_stl::string& folder,
                                                   portable_stl::vector<IdempotencyEntry>& entries,

@@ -51,8 +51,8 @@ public:
     [[nodiscard]] virtual ResultCode AuthorizeSocialToken(const portable_stl::string& providerKey,
                                                           const portable_stl::string& accessToken,
                                                           ServiceErrorInfo* errorInfo, void* context) = 0;
-    /// Signs in with a code that the provider's browser page gave. `flow` 1 makes the account first, any other
-    /// number does not.
+    /// Signs in with a code that the provider's browser page gave. `flow` 1 makes the account first, any
+    /// other number does not.
     [[nodiscard]] virtual ResultCode AuthorizeSocialCode(const portable_stl::string& code, std::uint32_t flow,
                                                          const portable_stl::string& cause,
                                                          ServiceErrorInfo* errorInfo, void* context) = 0;
@@ -64,8 +64,8 @@ public:
                                                          const portable_stl::string& trustorId,
                                                          ServiceErrorInfo* errorInfo, void* context) = 0;
 
-    /// The only road to the network. A request with the header "Idempotency-Key" is repeated, as `retryPolicy`
-    /// says, after a time-out and after a 409 with "Retry-After"; any other goes out once.
+    /// The only road to the network. A request with the header "Idempotency-Key" is repeated, as
+    /// `retryPolicy` says, after a time-out and after a 409 with "Retry-After"; any other goes out once.
     ///
     /// \param responseBody     in and out, as `responseHeaders`: an answer without the block leaves it
     /// \param httpCode         out; 0 before each try, then what the platform wrote

@@ -11,7 +11,8 @@ namespace quillmarkclient_core {
 using TraceOutlet [[gnu::format(printf, 1, 2)]] = void (*)(const char* format, ...);
 
 /// Told of a failure where it arises: the code, its text, the source that reports (a fixed text such as
-/// "core/src/client/Client") and the line there. Threads as TraceOutlet.
+/// "core/src/client/Client") and the line there. For backup metadata the text is the service's own answer, if
+/// there is one, and an answer that speaks of an error comes under code 0. Threads as TraceOutlet.
 using ErrorOutlet = void (*)(std::uint32_t code, const char* message, const char* sourceFile,
                              std::uint32_t line);
 
@@ -36,5 +37,8 @@ struct LogOutlets {
 // Tells the error outlet of `code` and returns it, so that a failing operation can end with it. `line` is the
 // caller's __LINE__.
 ResultCode ReportError(ResultCode code, const char* sourceFile, std::uint32_t line);
+
+// The same with a message of the caller's in place of the code's text.
+void ReportErrorText(ResultCode code, const char* message, const char* sourceFile, std::uint32_t line);
 
 }  // namespace quillmarkclient_core

@@ -90,7 +90,8 @@ struct PlatformTable {
     //   responseBody     out, may be null: a zero-terminated block, one zero byte when the answer is empty
     //   responseHeaders  out, may be null: the final answer's block with its status line, CRLF at line ends
     //   returns    0; 0x80000002 null method, URL or status, a URL that isn't http or https; 0x81000006 the
-    //              network; 0x81000014 a time-out, from platforms that tell it apart; 0x80000001 anything else
+    //              network; 0x81000014 a time-out, from platforms that tell it apart; 0x80000001 anything
+    //              else
     //   owner      both blocks belong to the caller and go back to HttpFree, after a failed exchange as well
     //   source     windows: WinHTTP; linux: libcurl
     std::uint32_t (*HttpRequest)(const char* method, const char* url, const HttpHeaderPair* headers,

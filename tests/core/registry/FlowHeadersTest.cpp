@@ -1,5 +1,5 @@
-// Which requests carry the bearer token, which an idempotency key, and which neither, though a session has one;
-// and that the host's context reaches every platform operation on the way.
+// Which requests carry the bearer token, which an idempotency key, and which neither, though a session has
+// one; and that the host's context reaches every platform operation on the way.
 #include <functional>
 #include <ostream>
 #include <set>

@@ -1,5 +1,5 @@
-// Texts of the service, of the host and of the key file that would write lines of their own into a request, by
-// this system's platform, over a real socket: nothing of the kind leaves the process.
+// Texts of the service, of the host and of the key file that would write lines of their own into a request,
+// by this system's platform, over a real socket: nothing of the kind leaves the process.
 #include <ctime>
 
 #include "core/src/registry/BusinessRegistryClient.h"

@@ -1,4 +1,5 @@
-// A request with a key by a signed-in session: the 401 that ends its tries, the renewal, and its tries afresh.
+// A request with a key by a signed-in session: the 401 that ends its tries, the renewal, and its tries
+// afresh.
 #include "tests/core/registry/SendFixture.h"
 
 namespace {

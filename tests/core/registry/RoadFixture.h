@@ -1,8 +1,8 @@
 // Whole roads of the registry: sessions over this system's platform, against the sandbox service, over HTTPS.
 //
 // Three entries of the platform's table are the fixture's: Sleep is recorded and takes no time, GetTime tells
-// the service's time, and HttpRequest is the system's, and shows what the service doesn't log, the two headers
-// that decide.
+// the service's time, and HttpRequest is the system's, and shows what the service doesn't log, the two
+// headers that decide.
 #pragma once
 
 #include <filesystem>
@@ -49,8 +49,8 @@ using Exchanges = std::vector<Exchange>;
 
 inline constexpr char kNobody[] = "nobody";
 
-/// kNobody, or "signed in" and the context: "0", "1 org", "2" for none. Tells of a secret and of anything else
-/// that a session without token still has.
+/// kNobody, or "signed in" and the context: "0", "1 org", "2" for none. Tells of a secret and of anything
+/// else that a session without token still has.
 inline std::string SessionOf(const AnyClient& client) {
     const bool isReset = client.token.present == 0 && client.identitySecret.empty() &&
                          client.contextMode == 2 && client.contextId.empty();

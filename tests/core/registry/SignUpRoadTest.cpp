@@ -1,5 +1,5 @@
-// A sign-up that must make one account, whatever happens on the way: the keys that the service got, the waits,
-// and the accounts that it made.
+// A sign-up that must make one account, whatever happens on the way: the keys that the service got, the
+// waits, and the accounts that it made.
 #include <gmock/gmock.h>
 
 #include <chrono>

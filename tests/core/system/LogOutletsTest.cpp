@@ -76,6 +76,16 @@ TEST_F(LogOutlets, AReportOfANumberWithoutTextSaysSo) {
               (std::vector<Report>{{0x84000004u, "Unknown error code", "core/src/client/Client", 1}}));
 }
 
+TEST_F(LogOutlets, AReportMayHaveItsOwnWords) {
+    using quillmarkclient_core::ReportErrorText;
+    ReportErrorText(ResultCode::kSuccess, "unheard", "core/src/client/Client", 1);
+    ProcessLogOutlets().error = RecordError;
+    ReportErrorText(ResultCode::kSuccess, "{\"status\":\"Error\"}", "core/src/client/Client", 7);
+    ReportErrorText(ResultCode::kEncrypt, "100%s %n", "core/src/client/Client", 8);
+    EXPECT_EQ(reports, (std::vector<Report>{{0u, "{\"status\":\"Error\"}", "core/src/client/Client", 7},
+                                            {0x8100000Eu, "100%s %n", "core/src/client/Client", 8}}));
+}
+
 TEST_F(LogOutlets, EachOutletWorksWithoutTheOther) {
     ProcessLogOutlets().error = RecordError;
     QUILLMARK_TRACE("%s", "unheard");

@@ -8,7 +8,7 @@
 
 namespace registry {
 
-// Both share an old line for a body that could not be written.
+// Several requests share an old line for a body that could not be written.
 inline constexpr char kSessionNotSerialised[] =
     "SessionRequest: ERROR_INTERNAL - failed to create Json string";
 
