@@ -12,7 +12,9 @@
 // tools/sandbox/accounts.json, by their names: "plain", "second-factor", "organisation-only",
 // "several-contexts", "blocked", "locked", "business", "business-blocked", "administrator". Its social people
 // are "linked", "linked-several", "linked-blocked", "linked-elsewhere", "password-owner", "newcomer",
-// "newcomer-too", "business-linked", "business-blocked", "business-newcomer". Link quillmark_sandbox.
+// "newcomer-too", "business-linked", "business-blocked", "business-newcomer". Its update feeds are
+// "harbour_home_en" and "harbour_home_de", newest build 8.4.2, and "lantern_pro_en", newest build 3.1.0; the
+// first ticket of a run is T-500001. Link quillmark_sandbox.
 // Everything may be used from any thread, the clock too.
 #pragma once
 
@@ -89,6 +91,12 @@ public:
                 return report;
         }
         return {};
+    }
+
+    // The feed by its whole name; throws if there is none.
+    void setFeedState(std::string_view feed, sandbox::FeedState state) {
+        if (!service_.setFeedState(feed, state))
+            throw std::runtime_error("there is no feed " + std::string(feed));
     }
 
     // A code that the account's next sign-in accepts. Two sign-ins at one time have codes; a third needs

@@ -94,6 +94,32 @@ std::vector<SignUpReport> AccountService::signUps() const {
     return reports;
 }
 
+void AccountService::setTicketRule(const TicketRule& rule) {
+    const std::lock_guard lock(guarded_->mutex);
+    guarded_->state.setTicketRule(rule);
+}
+
+std::vector<Ticket> AccountService::tickets() const {
+    const std::lock_guard lock(guarded_->mutex);
+    const auto& tickets = guarded_->state.tickets().all();
+    return {tickets.begin(), tickets.end()};
+}
+
+bool AccountService::setFeedState(std::string_view feed, FeedState state) {
+    const std::lock_guard lock(guarded_->mutex);
+    return guarded_->state.feeds().setState(feed, state);
+}
+
+std::optional<std::string> AccountService::metadata() const {
+    const std::lock_guard lock(guarded_->mutex);
+    return guarded_->state.metadata().document;
+}
+
+void AccountService::setMetadataAnswer(MetadataAnswer answer) {
+    const std::lock_guard lock(guarded_->mutex);
+    guarded_->state.metadata().answer = answer;
+}
+
 std::optional<std::string> AccountService::socialCode(std::string_view name) {
     const std::lock_guard lock(guarded_->mutex);
     ServiceState& state = guarded_->state;

@@ -1,7 +1,8 @@
 // The account service without its sockets: a request goes in, an answer comes out.
 //
-// Guards the state of the service: one mutex, held for one call, so any thread may ask. What an answer is made
-// of stands in Dispatch and the families of endpoints. Nothing here fails by exception but exhausted memory and a broken OpenSSL.
+// Guards the state of the service: one mutex, held for one call, so any thread may ask. What an answer is
+// made of stands in Dispatch and the families of endpoints. Nothing here fails by exception but exhausted
+// memory and a broken OpenSSL.
 #pragma once
 
 #include <cstdint>
@@ -57,6 +58,17 @@ public:
 
     // Everybody who finalised a sign-up or tried to, in the order of the first request.
     [[nodiscard]] std::vector<SignUpReport> signUps() const;
+    // How tickets are filed from now on; a reset goes back to the seed's rule.
+    void setTicketRule(const TicketRule& rule);
+    // Those that were filed and those that are being filed, in the order of the first request.
+    [[nodiscard]] std::vector<Ticket> tickets() const;
+    // False if there is no feed of that name, its language included.
+    bool setFeedState(std::string_view feed, FeedState state);
+    // The last document as it came; nothing before the first.
+    [[nodiscard]] std::optional<std::string> metadata() const;
+    // What documents are answered with from now on, until a reset.
+    void setMetadataAnswer(MetadataAnswer answer);
+
     // A further authorisation code of a social person; nothing for an unknown name.
     [[nodiscard]] std::optional<std::string> socialCode(std::string_view name);
 

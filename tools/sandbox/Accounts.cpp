@@ -63,14 +63,28 @@ void refuseDoubles(const Seed& seed) {
     }
 }
 
+// How long work under an Idempotency-Key takes.
+template <typename Rule>
+void readBusy(Members& members, Rule& rule) {
+    members.number("busyAnswers", 0, rule.busyAnswers);
+    members.number("busySeconds", 0, rule.busySeconds);
+    members.number("retryAfterSeconds", 0, rule.retryAfterSeconds);
+}
+
 }  // namespace
+
+TicketRule readTicketRule(const json& element, const std::string& place) {
+    TicketRule rule;
+    Members members(element, place);
+    readBusy(members, rule);
+    members.refuseOthers();
+    return rule;
+}
 
 FinalizationRule readFinalizationRule(const json& element, const std::string& place) {
     FinalizationRule rule;
     Members members(element, place);
-    members.number("busyAnswers", 0, rule.busyAnswers);
-    members.number("busySeconds", 0, rule.busySeconds);
-    members.number("retryAfterSeconds", 0, rule.retryAfterSeconds);
+    readBusy(members, rule);
     members.number("successStatus", 200, rule.successStatus);
     members.refuseOthers();
     if (rule.successStatus != 200 && rule.successStatus != 204)
@@ -91,6 +105,9 @@ Rules readRules(const json& element, const std::string& place) {
     json finalization = json::object();
     members.optional("finalization", finalization);
     rules.finalization = readFinalizationRule(finalization, place + ".finalization");
+    json tickets = json::object();
+    members.optional("tickets", tickets);
+    rules.tickets = readTicketRule(tickets, place + ".tickets");
     members.refuseOthers();
     return rules;
 }
@@ -113,9 +130,12 @@ Seed readSeed(std::string_view text) {
     members.each("people", [&](const json& person, const auto& at) {
         seed.people.push_back(readSocialPerson(person, at));
     });
+    members.each("feeds",
+                 [&](const json& feed, const auto& at) { seed.feeds.push_back(readProductFeed(feed, at)); });
     members.refuseOthers();
     refuseDoubles(seed);
     refuseBrokenSocial(seed);
+    refuseDoubleFeeds(seed);
     return seed;
 }
 

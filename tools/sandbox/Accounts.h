@@ -1,7 +1,7 @@
-// The accounts and social people of the sandbox and the seed file that they come from.
+// The accounts, social people and products of the sandbox and the seed file that they come from.
 //
-// These are the facts that a run starts with; what happens while the service runs (locks, used codes, identity
-// records, sign-ups) is kept by ServiceState. The format of the file is told in README.md.
+// These are the facts that a run starts with; what happens while the service runs (locks, used codes,
+// identity records, sign-ups) is kept by ServiceState. The format of the file is told in README.md.
 // Plain values. readSeed and readSeedFile throw SeedError with a sentence that names the place.
 #pragma once
 
@@ -112,6 +112,13 @@ struct FinalizationRule {
     std::int64_t successStatus = 204;  // or 200
 };
 
+// The same for the filing of a ticket.
+struct TicketRule {
+    std::int64_t busyAnswers = 0;
+    std::int64_t busySeconds = 0;
+    std::int64_t retryAfterSeconds = 1;
+};
+
 struct Rules {
     std::int64_t tokenLifetimeSeconds = 900;
     std::int64_t challengeLifetimeSeconds = 300;
@@ -121,6 +128,16 @@ struct Rules {
     std::int64_t codeLifetimeSeconds = 600;           // of an authorisation code
     std::int64_t idempotencyLifetimeSeconds = 86400;  // of the memory of an Idempotency-Key
     FinalizationRule finalization;
+    TicketRule tickets;
+};
+
+// The update feeds of a product, one for each language.
+struct ProductFeed {
+    std::string name;  // "harbour_home" of "harbour_home_en"; lower case
+    std::string title;
+    std::vector<std::string> languages;
+    std::string newestVersion;  // three numbers
+    std::int64_t builds = 0;    // the newest and those before it, down to 1.0.0 at most
 };
 
 struct Seed {
@@ -128,6 +145,7 @@ struct Seed {
     std::vector<Account> accounts;
     std::vector<Provider> providers;
     std::vector<SocialPerson> people;
+    std::vector<ProductFeed> feeds;
 };
 
 class SeedError : public std::runtime_error {

@@ -1,5 +1,5 @@
-// How the session of a business or of a principal administrator begins: in one step, without second factor and
-// without contexts. An unknown login is answered like a wrong password.
+// How the session of a business or of a principal administrator begins: in one step, without second factor
+// and without contexts. An unknown login is answered like a wrong password.
 
 #include "tools/sandbox/SignIn.h"
 

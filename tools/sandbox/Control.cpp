@@ -3,6 +3,7 @@
 #include <map>
 #include <set>
 
+#include "tools/sandbox/FeatureControl.h"
 #include "tools/sandbox/Routes.h"
 #include "tools/sandbox/SeedMembers.h"
 
@@ -10,12 +11,6 @@ namespace sandbox {
 namespace {
 
 constexpr std::int64_t kLongestDelayMs = 600'000;
-
-struct ControlRoute {
-    std::string_view method;
-    std::string_view path;
-    Answer (*handle)(const Controlled& controlled, const Request& request);
-};
 
 // Reads a member into `out` if it is there; throws Json's exception for a wrong type.
 template <typename Value>
@@ -189,6 +184,18 @@ constexpr ControlRoute kRoutes[] = {
     {"GET", "/sandbox/totp", showTotp},
 };
 
+const ControlRoute* findRow(std::span<const ControlRoute> rows, const std::string& path,
+                            const std::string& method, bool& pathKnown) {
+    for (const ControlRoute& row : rows) {
+        if (row.path != path)
+            continue;
+        if (row.method == method)
+            return &row;
+        pathKnown = true;
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 bool isControlPath(std::string_view path) {
@@ -198,12 +205,10 @@ bool isControlPath(std::string_view path) {
 Answer answerControl(const Controlled& controlled, const Request& request) {
     const std::string path = splitTarget(request.target).path;
     bool pathKnown = false;
-    for (const ControlRoute& route : kRoutes) {
-        if (route.path != path)
-            continue;
-        if (route.method == request.method)
-            return route.handle(controlled, request);
-        pathKnown = true;
+    for (const std::span<const ControlRoute> rows :
+         {std::span<const ControlRoute>(kRoutes), featureControlRoutes()}) {
+        if (const auto* row = findRow(rows, path, request.method, pathKnown))
+            return row->handle(controlled, request);
     }
     return pathKnown ? refusal(405, "The control path has no such method.")
                      : refusal(404, "There is no such control path.");

@@ -14,9 +14,10 @@ constexpr std::string_view kClientName = "vqm-client";
 constexpr std::string_view kBearerPrefix = "Bearer ";
 
 // Every family of endpoints.
-std::array<std::span<const Route>, 7> allRoutes() {
-    return {signInRoutes(),   businessRoutes(), contextRoutes(), userRoutes(),
-            identityRoutes(), socialRoutes(),   signUpRoutes()};
+std::array<std::span<const Route>, 11> allRoutes() {
+    return {signInRoutes(),   businessRoutes(), contextRoutes(),      userRoutes(),
+            identityRoutes(), socialRoutes(),   signUpRoutes(),       feedRoutes(),
+            ticketRoutes(),   metadataRoutes(), administratorRoutes()};
 }
 
 struct Match {
@@ -109,6 +110,8 @@ bool isAdmitted(Access access, AccountKind kind) {
             return kind == AccountKind::customer;
         case Access::identity:
             return kind != AccountKind::administrator;
+        case Access::administrator:
+            return kind == AccountKind::administrator;
         default:
             return true;
     }
@@ -132,8 +135,10 @@ Refused checkBody(const Request& request, BodyRule rule, Call& call) {
     if (type == nullptr || !equalsIgnoringCase(mediaType(*type), "application/json"))
         return refusal(415, "The body must be application/json.");
     call.body = Json::parse(request.body, nullptr, false);
-    if (!call.body.is_object())
+    if (rule == BodyRule::json && !call.body.is_object())
         return refusal(400, "The body must be a JSON object.");
+    if (rule == BodyRule::jsonArray && !call.body.is_array())
+        return refusal(400, "The body must be a JSON array.");
     return std::nullopt;
 }
 

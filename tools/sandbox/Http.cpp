@@ -18,6 +18,7 @@ struct StatusTitle {
 
 constexpr StatusTitle kStatusTitles[] = {
     {200, "OK"},
+    {201, "Created"},
     {204, "No Content"},
     {400, "Bad Request"},
     {401, "Unauthorized"},

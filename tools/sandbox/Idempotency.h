@@ -16,12 +16,15 @@
 
 namespace sandbox {
 
+struct Ticket;
+
 struct IdempotencyRecord {
     std::string operation;         // endpoint and body of the first request
     std::int64_t busyAnswers = 0;  // how many more requests are told to wait
     std::int64_t busyUntil = 0;    // and until when
     std::int64_t expiresAt = 0;
-    const SocialPerson* person = nullptr;         // whom the work is for; null: nobody known
+    const SocialPerson* person = nullptr;         // whom a sign-up is for; null: nobody known
+    Ticket* ticket = nullptr;                     // that is being filed
     std::optional<Answer> answer = std::nullopt;  // when the work is done
 
     // Whether this request still meets the work; counts it.

@@ -1,8 +1,8 @@
 // The table that says which endpoints the service has, and what a handler is given.
 //
-// A row names the method, the path, who may call and what the body must be; Dispatch checks all of that before
-// the handler runs. A family of endpoints is one file with its handlers and its rows; a new family adds its
-// rows to the list in Dispatch.cpp.
+// A row names the method, the path, who may call and what the body must be; Dispatch checks all of that
+// before the handler runs. A family of endpoints is one file with its handlers and its rows; a new family
+// adds its rows to the list in Dispatch.cpp.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -24,18 +24,20 @@ enum class Access {
     bearer,        // an access token that is still good
     customer,      // one of a customer
     identity,      // one of a customer or a business: these may own identity records
+    administrator,
 };
 
 enum class BodyRule {
     none,  // a body is refused
     json,  // a JSON object under its Content-Type
+    jsonArray,
 };
 
 struct Call {
     const Request& request;
     NamedValues query;
     std::vector<std::string> parameters;  // what stood in the place of each {} of the pattern
-    Json body;                            // an object if the row asks for one
+    Json body;                            // an object or an array if the row asks for one
     AccountRecord* account = nullptr;     // the bearer, if one was asked for or sent
 };
 
@@ -55,6 +57,10 @@ struct Route {
 [[nodiscard]] std::span<const Route> businessRoutes();
 [[nodiscard]] std::span<const Route> socialRoutes();
 [[nodiscard]] std::span<const Route> signUpRoutes();
+[[nodiscard]] std::span<const Route> feedRoutes();
+[[nodiscard]] std::span<const Route> ticketRoutes();
+[[nodiscard]] std::span<const Route> metadataRoutes();
+[[nodiscard]] std::span<const Route> administratorRoutes();
 
 // True if `path` fits `pattern`; `parameters` gets the segments behind each "{}".
 [[nodiscard]] bool matchPath(std::string_view pattern, std::string_view path,

@@ -90,11 +90,16 @@ private:
 // Readers of single parts; each takes the element and its place in the file.
 [[nodiscard]] Rules readRules(const nlohmann::json& element, const std::string& place);
 [[nodiscard]] FinalizationRule readFinalizationRule(const nlohmann::json& element, const std::string& place);
+[[nodiscard]] TicketRule readTicketRule(const nlohmann::json& element, const std::string& place);
+[[nodiscard]] ProductFeed readProductFeed(const nlohmann::json& element, const std::string& place);
 [[nodiscard]] Account readAccount(const nlohmann::json& element, const std::string& place);
 [[nodiscard]] Provider readProvider(const nlohmann::json& element, const std::string& place);
 [[nodiscard]] SocialPerson readSocialPerson(const nlohmann::json& element, const std::string& place);
 
 // Checks that names, keys, tokens and codes are the only ones of their kind and that links lead somewhere.
 void refuseBrokenSocial(const Seed& seed);
+
+// Checks that no two feeds have one name.
+void refuseDoubleFeeds(const Seed& seed);
 
 }  // namespace sandbox

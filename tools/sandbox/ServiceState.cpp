@@ -50,6 +50,10 @@ void ServiceState::reset() {
     secrets_.clear();
     idempotency_.clear();
     finalization_ = seed_.rules.finalization;
+    ticketRule_ = seed_.rules.tickets;
+    feeds_.reset(seed_);
+    tickets_ = {};
+    metadata_ = {};
     accounts_.reset(seed_);
     social_.reset(seed_, accounts_, codeExpiry());
 }

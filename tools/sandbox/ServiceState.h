@@ -1,5 +1,5 @@
 // What the sandbox remembers while it runs: tokens, challenges, secrets, and the books of accounts, social
-// people and Idempotency-Keys.
+// people, Idempotency-Keys, feeds, tickets and backup metadata.
 //
 // Everything lives in memory and is gone with the process. The clock is the caller's, so that expiry can be
 // tested without waiting. Not guarded: AccountService holds its mutex around every use.
@@ -14,9 +14,12 @@
 #include "tools/sandbox/AccountBook.h"
 #include "tools/sandbox/Accounts.h"
 #include "tools/sandbox/Expiry.h"
+#include "tools/sandbox/FeedBook.h"
 #include "tools/sandbox/Idempotency.h"
 #include "tools/sandbox/Jwt.h"
+#include "tools/sandbox/MetadataInbox.h"
 #include "tools/sandbox/SocialBook.h"
+#include "tools/sandbox/TicketBook.h"
 
 namespace sandbox {
 
@@ -73,10 +76,17 @@ public:
     [[nodiscard]] AccountBook& accounts() { return accounts_; }
     [[nodiscard]] SocialBook& social() { return social_; }
     [[nodiscard]] IdempotencyRecords& idempotency() { return idempotency_; }
+    [[nodiscard]] FeedBook& feeds() { return feeds_; }
+    [[nodiscard]] TicketBook& tickets() { return tickets_; }
+    [[nodiscard]] MetadataInbox& metadata() { return metadata_; }
 
     // How sign-ups are finalised, the seed's rule until the next call and after a reset.
     [[nodiscard]] const FinalizationRule& finalization() const { return finalization_; }
     void setFinalization(const FinalizationRule& rule) { finalization_ = rule; }
+
+    // The same for the filing of tickets.
+    [[nodiscard]] const TicketRule& ticketRule() const { return ticketRule_; }
+    void setTicketRule(const TicketRule& rule) { ticketRule_ = rule; }
 
     // All of that kind that were handed out so far.
     void expire(Perishable what);
@@ -104,9 +114,13 @@ private:
     Clock clock_;
     TokenSigner signer_;
     FinalizationRule finalization_;
+    TicketRule ticketRule_;
     AccountBook accounts_;
     SocialBook social_;
     IdempotencyRecords idempotency_;
+    FeedBook feeds_;
+    TicketBook tickets_;
+    MetadataInbox metadata_;
     std::map<std::string, Session> sessions_;
     std::map<std::string, Challenge> challenges_;
     std::map<std::string, IdentitySecret> secrets_;

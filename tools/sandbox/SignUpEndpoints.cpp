@@ -1,12 +1,11 @@
 // How a newcomer whom a provider vouches for gets an account: the finalisation of a customer's sign-up, once
 // for each Idempotency-Key, and the business context of a code.
 
+#include "tools/sandbox/KeyedRequest.h"
 #include "tools/sandbox/SocialRules.h"
 
 namespace sandbox {
 namespace {
-
-constexpr std::size_t kLongestKey = 255;
 
 // What a finalisation asks for, read from its body.
 struct Finalization {
@@ -88,12 +87,6 @@ Answer makeAccount(ServiceState& state, const SocialPerson& person, const std::s
     return answer;
 }
 
-Answer askToWait(const ServiceState& state) {
-    Answer answer = refusal(409, "The first request of this key is still being worked on.");
-    answer.headers.emplace_back("Retry-After", std::to_string(state.finalization().retryAfterSeconds));
-    return answer;
-}
-
 // The code's life begins anew, so that it is still good for the sign-in behind the finalisation.
 void keepCodeAlive(ServiceState& state, const std::string& text, std::int64_t busySeconds) {
     if (AuthorizationCode* code = state.social().codeOf(text, state.now()))
@@ -104,8 +97,7 @@ void keepCodeAlive(ServiceState& state, const std::string& text, std::int64_t bu
 IdempotencyRecord beginWork(ServiceState& state, const Call& call, const Finalization& finalization,
                             const FinalizationForm& form) {
     const FinalizationRule& rule = state.finalization();
-    IdempotencyRecord record{operationOf(call.request), rule.busyAnswers, state.now() + rule.busySeconds,
-                             state.now() + state.rules().idempotencyLifetimeSeconds};
+    IdempotencyRecord record = workFor(state, call, rule.busyAnswers, rule.busySeconds);
     Answer refused;
     record.person = form.find(state, finalization, refused);
     if (record.person == nullptr)
@@ -116,7 +108,7 @@ IdempotencyRecord beginWork(ServiceState& state, const Call& call, const Finaliz
 
 Answer continueWork(ServiceState& state, const Finalization& finalization, IdempotencyRecord& record) {
     if (record.isBusy(state.now()))
-        return askToWait(state);
+        return askToWait(state.finalization().retryAfterSeconds);
     if (!record.answer) {
         record.answer = makeAccount(state, *record.person, finalization.cause);
         keepCodeAlive(state, finalization.code, 0);
@@ -135,19 +127,17 @@ void count(ServiceState& state, const SocialPerson* person, const std::string& k
 // A request without a key, or with a body that can't be read, leaves no trace. Any other answer is kept with
 // its key, a refusal too.
 Answer finalize(ServiceState& state, const Call& call, const FinalizationForm& form) {
-    const std::string* key = findHeader(call.request.headers, "Idempotency-Key");
-    if (key == nullptr || key->empty() || key->size() > kLongestKey)
-        return refusal(400, "The header Idempotency-Key must name the operation, in 255 bytes at most.");
-    IdempotencyRecord* record = state.idempotency().find(*key, state.now());
-    if (record != nullptr && record->operation != operationOf(call.request))
-        return refusal(409, "The key belongs to another request.", "IDEMPOTENCY_KEY_REUSED");
+    KeyedRequest keyed;
+    if (auto refused = readKey(state, call, keyed))
+        return *refused;
     Finalization finalization;
     if (const auto fault = form.read(call.body, finalization); !fault.empty())
         return refusal(400, fault);
-    if (record == nullptr)
-        record = &state.idempotency().begin(*key, beginWork(state, call, finalization, form), state.now());
-    count(state, record->person, *key);
-    return continueWork(state, finalization, *record);
+    if (keyed.record == nullptr)
+        keyed.record =
+            &state.idempotency().begin(keyed.key, beginWork(state, call, finalization, form), state.now());
+    count(state, keyed.record->person, keyed.key);
+    return continueWork(state, finalization, *keyed.record);
 }
 
 Answer finalizeByCode(ServiceState& state, const Call& call) {

@@ -1,4 +1,5 @@
-// How a session begins by the word of an outside provider: its list, its access token, its authorisation code.
+// How a session begins by the word of an outside provider: its list, its access token, its authorisation
+// code.
 
 #include "tools/sandbox/SignIn.h"
 #include "tools/sandbox/SocialRules.h"

@@ -14,6 +14,7 @@
 
 #include "tests/support/Command.h"
 #include "tests/support/SandboxFixture.h"
+#include "tests/support/SleepingThread.h"
 #include "tests/tools/sandbox/SandboxClient.h"
 
 namespace {
@@ -99,19 +100,6 @@ TEST(Faults, WordsNameTheKinds) {
     EXPECT_FALSE(sandbox::faultKind(""));
 }
 
-// Until the thread of this number sleeps, or half a minute has passed.
-bool fallsAsleep(const std::atomic<pid_t>& thread) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (std::chrono::steady_clock::now() < deadline) {
-        std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
-        std::string stat;
-        if (thread != 0 && std::getline(file, stat) && stat.find(") S ") != std::string::npos)
-            return true;
-        std::this_thread::sleep_for(milliseconds(1));
-    }
-    return false;
-}
-
 TEST(Faults, WaitEndsWhenAsked) {
     sandbox::Faults faults;
     EXPECT_TRUE(faults.wait(milliseconds(1)));
@@ -121,7 +109,7 @@ TEST(Faults, WaitEndsWhenAsked) {
         waiting = gettid();
         waitedToTheEnd = faults.wait(milliseconds(60 * 60 * 1000));
     });
-    EXPECT_TRUE(fallsAsleep(waiting)) << "the wait must have begun";
+    EXPECT_TRUE(test::FallsAsleep(waiting)) << "the wait must have begun";
     faults.endWaits();
     waiter.join();
     EXPECT_FALSE(waitedToTheEnd);

@@ -102,6 +102,8 @@ TEST(Strictness, EveryEndpointChecksAlike) {
         {"POST", "/api/quillmark/CUSTOMER_REGISTRATION_FINALIZE_OAUTH", R"({"code":"a"})", 401},
         {"POST", "/api/quillmark/CUSTOMER_REGISTRATION_FINALIZE_EXTERNAL_ACCESS_TOKEN",
          R"({"accessToken":"a","providerKey":"glowpass"})", 401},
+        {"POST", "/api/quillmark/CUSTOMER_TICKET_REGISTRATION",
+         R"({"email":"a","title":"b","description":"c"})", 200},
         {"GET", "/api/public/registry/v2/oauth/external/providers", "", 200},
         {"GET", "/api/registry/v2/oauth/sign-in/glowpass?access_token=a", "", 401},
     };
