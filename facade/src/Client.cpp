@@ -101,6 +101,22 @@ void Client::startGetUserInfo() {
         d_func()->startGetUserInfo();
 }
 
+void Client::startCheckForUpdates(const QString& feedName, const QString& feedVariant,
+                                  const QString& currentVersion) {
+    d_func()->startCheckForUpdates(feedName, feedVariant, currentVersion);
+}
+
+QUrl Client::getLinuxREDownloadUrl(const QString& feedName, const QString& feedVariant,
+                                   const QString& currentVersion) const {
+    return d_func()->checkForUpdates(feedName, feedVariant, currentVersion).value.url;
+}
+
+void Client::startCreateCustomerRequest(const QUuid& requestId, const QString& email, const QString& title,
+                                        const QString& description,
+                                        const QMap<QString, QString>& additionalParameters) {
+    d_func()->startCreateCustomerRequest(requestId, email, title, description, additionalParameters);
+}
+
 QString Client::getBasicEndpoint() const {
     std::string endpoint;
     if (!IsSuccess(d_func()->native().GetBasicEndpoint(endpoint)))

@@ -2,7 +2,8 @@
 //
 // Its sources by subject: ClientPrivate.cpp starts and ends it, Tasks.cpp says what each start...() runs,
 // Workers.cpp talks to the service on the pool's threads, SignInDialogue.cpp turns codes into the steps of a
-// sign-in, TokenCache.cpp keeps the access token. Lock order: `mutex` first, then the native client's own.
+// sign-in, Answers.cpp the other tasks' ends into signals, TokenCache.cpp keeps the access token. Lock order:
+// `mutex` first, then the native client's own.
 #pragma once
 
 #include <Quillmark/Client.h>
@@ -14,11 +15,13 @@
 #include <QtCore/QFutureWatcher>
 #include <QtCore/QJsonObject>
 #include <QtCore/QList>
+#include <QtCore/QMap>
 #include <QtCore/QMutex>
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
 #include <QtCore/QString>
 #include <QtCore/QThreadPool>
+#include <QtCore/QUuid>
 
 #include <functional>
 #include <memory>
@@ -33,6 +36,8 @@ namespace Quillmark {
 using SignInResult = ResultPair<SignIn::SignInProcessResult>;
 using ContextResult = ResultPair<QString>;  // the value is the login
 using UserInfoResult = ResultPair<SignIn::UserInfo>;
+using UpdateResult = ResultPair<Updates::UpdateInfo>;
+using CustomerRequestPair = ResultPair<CustomerRequest::CustomerRequestResult>;
 
 struct InterfaceRelease {
     void operator()(quillmarkclient::IQuillmarkClient* native) const { native->Release(); }
@@ -77,6 +82,11 @@ public:
     void startOAuthSignIn(const QString& authCode, const QString& operation);
     void startFetchExternalOauthProviders();
     void startGetUserInfo();
+    void startCheckForUpdates(const QString& feedName, const QString& feedVariant,
+                              const QString& currentVersion);
+    void startCreateCustomerRequest(const QUuid& requestId, const QString& email, const QString& title,
+                                    const QString& description,
+                                    const QMap<QString, QString>& additionalParameters);
     void signOut();
 
     // Runs `worker(this, arguments...)` with copies of the arguments on the pool; `finish` runs behind it on
@@ -94,12 +104,19 @@ public:
     SignInResult oauthSignIn(const QString& authCode, const QString& operation);
     QList<QString> fetchExternalOauthProviders();
     UserInfoResult fetchUserInfo();
+    UpdateResult checkForUpdates(const QString& feedName, const QString& feedVariant,
+                                 const QString& currentVersion);
+    CustomerRequestPair createCustomerRequest(const QUuid& requestId, const QString& email,
+                                              const QString& title, const QString& description,
+                                              const QMap<QString, QString>& additionalParameters);
 
     // ---- Ends of the workers, on this object's thread
     void finishSignInStep();
     void finishContextStep();
     void finishExternalOauthProviders();
     void finishUserInfo();
+    void finishUpdateCheck();
+    void finishCustomerRequest();
 
     // ---- The token cache; each takes `mutex`
     [[nodiscard]] QByteArray cachedAccessToken();

@@ -30,8 +30,8 @@ SignInResult ClientPrivate::resolveContexts(const QString& login) {
     return IsSuccess(code) ? SignInResult{code, {login, {}, {}}} : abandonedSignIn(code, login);
 }
 
-// The native client keeps its token for a choice that the host is never asked for: without this the host would
-// hear of a failure and still find somebody signed in.
+// The native client keeps its token for a choice that the host is never asked for: without this the host
+// would hear of a failure and still find somebody signed in.
 SignInResult ClientPrivate::abandonedSignIn(QUILLMARKCLIENT_ERROR code, const QString& login) {
     native().SignOut();
     return {code, {login, {}, {}}};
@@ -74,19 +74,6 @@ void ClientPrivate::emitSignInEnd(const QString& login, QUILLMARKCLIENT_ERROR co
         Q_EMIT host().signInSucceeded(login);
     else
         Q_EMIT host().signInFailed(login, code, Client::getErrorMessage(code));
-}
-
-void ClientPrivate::finishExternalOauthProviders() {
-    const auto providers = takeResult<QList<QString>>();
-    Q_EMIT host().externalOauthProvidersFetched(providers);
-}
-
-void ClientPrivate::finishUserInfo() {
-    const auto result = takeResult<UserInfoResult>();
-    if (IsSuccess(result.error))
-        Q_EMIT host().userInfoFetched(result.value);
-    else
-        Q_EMIT host().fetchUserInfoFailed(result.error, Client::getErrorMessage(result.error));
 }
 
 void ClientPrivate::signOut() {

@@ -1,5 +1,5 @@
-// The tasks: which worker each start...() of the host runs, what ends it, and what its end finds when the worker
-// throws.
+// The tasks: which worker each start...() of the host runs, what ends it, and what its end finds when the
+// worker throws.
 #include "facade/src/ClientPrivate.h"
 
 namespace Quillmark {
@@ -43,6 +43,19 @@ void ClientPrivate::startFetchExternalOauthProviders() {
 
 void ClientPrivate::startGetUserInfo() {
     start(UserInfoResult{kThrown, {}}, &ClientPrivate::finishUserInfo, &ClientPrivate::fetchUserInfo);
+}
+
+void ClientPrivate::startCheckForUpdates(const QString& feedName, const QString& feedVariant,
+                                         const QString& currentVersion) {
+    start(UpdateResult{kThrown, {}}, &ClientPrivate::finishUpdateCheck, &ClientPrivate::checkForUpdates,
+          feedName, feedVariant, currentVersion);
+}
+
+void ClientPrivate::startCreateCustomerRequest(const QUuid& requestId, const QString& email,
+                                               const QString& title, const QString& description,
+                                               const QMap<QString, QString>& additionalParameters) {
+    start(CustomerRequestPair{kThrown, {requestId, {}}}, &ClientPrivate::finishCustomerRequest,
+          &ClientPrivate::createCustomerRequest, requestId, email, title, description, additionalParameters);
 }
 
 }  // namespace Quillmark

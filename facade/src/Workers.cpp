@@ -57,4 +57,27 @@ UserInfoResult ClientPrivate::fetchUserInfo() {
     return {code, toUserInfo(data, claims)};
 }
 
+UpdateResult ClientPrivate::checkForUpdates(const QString& feedName, const QString& feedVariant,
+                                            const QString& currentVersion) {
+    quillmarkclient::ProductUpdateInfoValue info;
+    const auto code =
+        native().GetProductUpdateInfo(feedName.toStdString(), feedVariant.toStdString(),
+                                      currentVersion.toStdString(), language.toStdString(), info);
+    if (!IsSuccess(code))
+        return {code, {}};
+    return {code, Updates::UpdateInfo::fromNative(info)};
+}
+
+CustomerRequestPair ClientPrivate::createCustomerRequest(const QUuid& requestId, const QString& email,
+                                                         const QString& title, const QString& description,
+                                                         const QMap<QString, QString>& additionalParameters) {
+    std::vector<std::pair<std::string, std::string>> parameters;
+    for (auto entry = additionalParameters.cbegin(); entry != additionalParameters.cend(); ++entry)
+        parameters.emplace_back(entry.key().toStdString(), entry.value().toStdString());
+    std::string number;
+    const auto code = native().CreateTicket(email.toStdString(), title.toStdString(),
+                                            description.toStdString(), parameters, number);
+    return {code, {requestId, QString::fromStdString(number)}};
+}
+
 }  // namespace Quillmark

@@ -24,6 +24,8 @@ namespace {
 
 void ignoreError(std::uint32_t, const char*, const char*, std::uint32_t) {}
 
+const QUuid kRequestId("{5f0c6a2e-1111-4222-8333-944455556666}");
+
 ClientParams paramsFor(const QTemporaryDir& storage) {
     ClientParams params;
     params.serviceUrl = QUrl("http://127.0.0.1:9");  // nobody is asked: there is no stored sign-in
@@ -138,8 +140,12 @@ void ClientPrivateTest::takesAMissingSenderAsAnEmptyResult() {
     half->finishContextStep();
     half->finishExternalOauthProviders();
     half->finishUserInfo();
-    QCOMPARE(recorder.lines, QStringList({"signInSucceeded ", "signInSucceeded ",
-                                          "externalOauthProvidersFetched ", "userInfoFetched"}));
+    half->finishUpdateCheck();
+    half->finishCustomerRequest();
+    QCOMPARE(recorder.lines,
+             QStringList({"signInSucceeded ", "signInSucceeded ", "externalOauthProvidersFetched ",
+                          "userInfoFetched", "updateFound  ",
+                          "customerRequestCreated {00000000-0000-0000-0000-000000000000} "}));
     const auto& info = recorder.userInfo;
     for (const QString& text : {info.id, info.firstName, info.lastName, info.email, info.customerNumber,
                                 info.customerContactNumber})
@@ -177,6 +183,14 @@ void ClientPrivateTest::answersAThrowOfAWorker() {
         raise();
         return {};
     };
+    const auto check = [raise](ClientPrivate*) -> Quillmark::UpdateResult {
+        raise();
+        return {};
+    };
+    const auto file = [raise](ClientPrivate*) -> Quillmark::CustomerRequestPair {
+        raise();
+        return {};
+    };
     const QString login("anna");
     const auto thrown = QUILLMARKCLIENT_ERROR::kFileRead;  // none that a worker gives here
     const QString failed("signInFailed anna 0x81000002 Can not read a file");
@@ -194,6 +208,16 @@ void ClientPrivateTest::answersAThrowOfAWorker() {
                  half->start(Quillmark::UserInfoResult{thrown, {}}, &ClientPrivate::finishUserInfo, fetch);
              }),
              QString("fetchUserInfoFailed 0x81000002 Can not read a file"));
+    QCOMPARE(answerTo([&] {
+                 half->start(Quillmark::UpdateResult{thrown, {}}, &ClientPrivate::finishUpdateCheck, check);
+             }),
+             QString("checkForUpdateFailed 0x81000002 Can not read a file"));
+    QCOMPARE(answerTo([&] {
+                 half->start(Quillmark::CustomerRequestPair{thrown, {kRequestId, {}}},
+                             &ClientPrivate::finishCustomerRequest, file);
+             }),
+             QString("createCustomerRequestFailed {5f0c6a2e-1111-4222-8333-944455556666} 0x81000002 "
+                     "Can not read a file"));
 }
 
 // A half without a native client throws at the first use of it.
@@ -211,6 +235,11 @@ void ClientPrivateTest::answersTheThrowsOfItsOwnWorkers() {
              QString("externalOauthProvidersFetched "));
     QCOMPARE(answerTo([&] { half.startGetUserInfo(); }),
              QString("fetchUserInfoFailed 0x80000001 Internal program error"));
+    QCOMPARE(answerTo([&] { half.startCheckForUpdates(text, text, text); }),
+             QString("checkForUpdateFailed 0x80000001 Internal program error"));
+    QCOMPARE(answerTo([&] { half.startCreateCustomerRequest(kRequestId, text, text, text, {}); }),
+             QString("createCustomerRequestFailed {5f0c6a2e-1111-4222-8333-944455556666} 0x80000001 "
+                     "Internal program error"));
 }
 
 // The first allocation of the step is the native copy of a login too long to stand inside a std::string.
@@ -231,13 +260,7 @@ ClientPrivate* ClientPrivateTest::privateHalf() {
 }
 
 QString ClientPrivateTest::answerTo(const std::function<void()>& call) {
-    test_support::SignalRecorder recorder(*client_);
-    QSignalSpy recorded(&recorder, &test_support::SignalRecorder::recorded);
-    call();
-    if (recorded.isEmpty() && !recorded.wait(60'000))
-        return "no signal";
-    QCoreApplication::processEvents();
-    return recorder.lines.join(", ");
+    return test_support::SignalRecorder(*client_).answerTo(call);
 }
 
 QTEST_GUILESS_MAIN(ClientPrivateTest)

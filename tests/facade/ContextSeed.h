@@ -7,8 +7,8 @@
 //   factor-then-one     a second factor, then as own-and-person
 //   factor-then-none    a second factor, then as two-persons
 //
-// Each has a login of its name at "example.test", the password of "plain", and a social person of its name that
-// is linked to it.
+// Each has a login of its name at "example.test", the password of "plain", and a social person of its name
+// that is linked to it.
 #pragma once
 
 #include "tools/sandbox/Accounts.h"

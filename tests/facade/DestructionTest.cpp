@@ -19,6 +19,10 @@ void DestructionTest::leavesTheSharedInterfaceAlive() {
     HostFixture host;
     QCOMPARE(host.signIn("plain"), QString("signInSucceeded anna.plain@example.test"));
     QCOMPARE(host.fetchUserInfo(), QString("userInfoFetched"));
+    QCOMPARE(host.answerTo([&] { host.client->startCheckForUpdates("Harbour", "Home", "8.4.2"); }),
+             QString("checkForUpdateFailed 0x84000004 Unknown error code"));
+    QCOMPARE(host.answerTo([&] { host.client->startCreateCustomerRequest({}, "e", "t", "d", {}); }),
+             QString("customerRequestCreated {00000000-0000-0000-0000-000000000000} T-500001"));
 
     auto* shared = static_cast<quillmarkclient::IQuillmarkClient*>(host.client->getInstance());
     QVERIFY(shared != nullptr);

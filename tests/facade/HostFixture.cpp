@@ -70,17 +70,33 @@ void SignalRecorder::recordSignIn(Client& client) {
 }
 
 void SignalRecorder::recordUpdatesAndRequests(Client& client) {
-    connect(&client, &Client::updateFound, this, [this] { record("updateFound"); });
+    connect(&client, &Client::updateFound, this, [this](const Quillmark::Updates::UpdateInfo& info) {
+        update = info;
+        record("updateFound " + info.version + ' ' + info.url.toEncoded());
+    });
     connect(&client, &Client::checkForUpdateFailed, this,
             [this](QUILLMARKCLIENT_ERROR code, const QString& description) {
                 record("checkForUpdateFailed " + errorText(code, description));
             });
-    connect(&client, &Client::customerRequestCreated, this, [this] { record("customerRequestCreated"); });
+    connect(&client, &Client::customerRequestCreated, this,
+            [this](const Quillmark::CustomerRequest::CustomerRequestResult& result) {
+                record("customerRequestCreated " + result.requestId.toString() + ' ' + result.ticketNumber);
+            });
     connect(&client, &Client::createCustomerRequestFailed, this,
             [this](const QUuid& requestId, QUILLMARKCLIENT_ERROR code, const QString& description) {
                 record("createCustomerRequestFailed " + requestId.toString() + ' ' +
                        errorText(code, description));
             });
+}
+
+QString SignalRecorder::answerTo(const std::function<void()>& call) {
+    lines.clear();
+    QSignalSpy spy(this, &SignalRecorder::recorded);
+    call();
+    if (spy.isEmpty() && !spy.wait(kAnswerTimeoutMs))
+        return "no signal";
+    QCoreApplication::processEvents();
+    return lines.join(", ");
 }
 
 void SignalRecorder::record(const QString& line) {
@@ -106,13 +122,7 @@ Client* HostFixture::createClient(const Earlier& earlier, quint32 flags) const {
 }
 
 QString HostFixture::answerTo(const std::function<void()>& call) {
-    recorder.lines.clear();
-    QSignalSpy recorded(&recorder, &SignalRecorder::recorded);
-    call();
-    if (recorded.isEmpty() && !recorded.wait(kAnswerTimeoutMs))
-        return "no signal";
-    QCoreApplication::processEvents();
-    return recorder.lines.join(", ");
+    return recorder.answerTo(call);
 }
 
 QString HostFixture::signIn(std::string_view account, const QString& password) {
@@ -150,6 +160,7 @@ void HostFixture::startAnew() {
     recorder.selection = {};
     recorder.providers.clear();
     recorder.userInfo = {};
+    recorder.update = {};
     service.faults().clear();
     service.faults().allowWaits();
     service.service().reset();

@@ -34,6 +34,10 @@ public:
     Quillmark::SignIn::SignInProcessResult selection;  // of the last requestSelectContext()
     QList<QString> providers;                          // of the last externalOauthProvidersFetched()
     Quillmark::SignIn::UserInfo userInfo;              // of the last userInfoFetched()
+    Quillmark::Updates::UpdateInfo update;             // of the last updateFound()
+
+    // The one signal that answers `call`.
+    [[nodiscard]] QString answerTo(const std::function<void()>& call);
 
 Q_SIGNALS:
     void recorded();
@@ -110,5 +114,8 @@ inline const std::string kCodePath = "/api/customer/registry/v2/tokens/external"
 inline const std::string kFinalizePath = "/api/quillmark/CUSTOMER_REGISTRATION_FINALIZE_OAUTH";
 inline const std::string kProvidersPath = "/api/public/registry/v2/oauth/external/providers";
 inline const std::string kUsersPath = "/api/registry/v2/users";
+inline const std::string kIdentitiesPath = "/api/registry/v2/identities";
+inline const std::string kFeedPath = "/feeds/harbour_home_en/rss";
+inline const std::string kTicketPath = "/api/quillmark/CUSTOMER_TICKET_REGISTRATION";
 
 }  // namespace test_support

@@ -22,6 +22,8 @@ private Q_SLOTS:
     void failsOnAnUnreadableToken();
     void failsOnARefusal_data();
     void failsOnARefusal();
+    void readsAFeedAndATicketWithoutSense_data();
+    void readsAFeedAndATicketWithoutSense();
     void failsOnABrokenConnection_data();
     void failsOnABrokenConnection();
     void failsWhenNobodyListens();
@@ -84,6 +86,27 @@ void HostileAnswersTest::failsOnARefusal() {
     QCOMPARE(host_.signIn("plain"), "signInFailed anna.plain@example.test " + expected);
 }
 
+void HostileAnswersTest::readsAFeedAndATicketWithoutSense_data() {
+    failsOnAnUnreadableToken_data();
+    QTest::newRow("8 MB of open tags") << QByteArray("<a>").repeated(8 * kMegabyte / 3);
+    QTest::newRow("a tag of 8 MB") << "<" + QByteArray(8 * kMegabyte, 'a');
+    QTest::newRow("200,000 attributes") << "<rss " + QByteArray("a=\"\" ").repeated(200'000);
+    QTest::newRow("a comment without an end") << "<!--" + QByteArray(8 * kMegabyte, '-');
+    QTest::newRow("an entity without an end") << "<rss>&" + QByteArray(8 * kMegabyte, 'a');
+}
+
+// A ticket was filed, whatever the service says of it.
+void HostileAnswersTest::readsAFeedAndATicketWithoutSense() {
+    QFETCH(QByteArray, body);
+    host_.answerWith(kFeedPath, 200, body.toStdString(), 2);
+    host_.answerWith(kTicketPath, 200, body.toStdString());
+    QCOMPARE(host_.answerTo([this] { host_.client->startCheckForUpdates("Harbour", "Home", "1.0"); }),
+             QString("checkForUpdateFailed 0x84000001 Unknown error code"));
+    QCOMPARE(host_.client->getLinuxREDownloadUrl("Harbour", "Home", "1.0"), QUrl());
+    QCOMPARE(host_.answerTo([this] { host_.client->startCreateCustomerRequest({}, "e", "t", "d", {}); }),
+             QString("customerRequestCreated {00000000-0000-0000-0000-000000000000} "));
+}
+
 void HostileAnswersTest::failsOnABrokenConnection_data() {
     QTest::addColumn<QString>("path");
     QTest::addColumn<bool>("half");
@@ -110,6 +133,12 @@ void HostileAnswersTest::failsWhenNobodyListens() {
     host_.service.stop();
     QCOMPARE(host_.answerTo([this] { host_.client->startSignIn("anna", "password"); }),
              QString("signInFailed anna 0x80000006 Problems sending network requests"));
+    QCOMPARE(host_.answerTo([this] { host_.client->startCheckForUpdates("Harbour", "Home", "1.0"); }),
+             QString("checkForUpdateFailed 0x80000006 Problems sending network requests"));
+    QCOMPARE(host_.client->getLinuxREDownloadUrl("Harbour", "Home", "1.0"), QUrl());
+    QCOMPARE(host_.answerTo([this] { host_.client->startCreateCustomerRequest({}, "e", "t", "d", {}); }),
+             QString("createCustomerRequestFailed {00000000-0000-0000-0000-000000000000} 0x80000006 "
+                     "Problems sending network requests"));
 }
 
 QTEST_GUILESS_MAIN(HostileAnswersTest)

@@ -4,9 +4,9 @@
 //     client->persistIdentityToFile("/none");
 //     QCOMPARE(log.lines(QtCriticalMsg), QStringList{"..."});
 //
-// Make it in a test function or in init(): Qt Test puts its own handler over all that stand before it runs. The
-// library logs on its own threads, so any thread may log. One at a time. Messages of other categories go to
-// the handler that was there before.
+// Make it in a test function or in init(): Qt Test puts its own handler over all that stand before it runs.
+// The library logs on its own threads, so any thread may log. One at a time. Messages of other categories go
+// to the handler that was there before.
 #pragma once
 
 #include <QtCore/QByteArray>

@@ -16,8 +16,8 @@ namespace {
 
 using Call = std::function<void(Client&)>;
 
-// Runs the call alone at its first start; at the second an event loop, which delivers what was left and so frees
-// it.
+// Runs the call alone at its first start; at the second an event loop, which delivers what was left and so
+// frees it.
 class ThreadWithoutLoop : public QThread {
 public:
     explicit ThreadWithoutLoop(std::function<void()> call) : call_(std::move(call)) {}
@@ -91,6 +91,12 @@ void LoopTest::hearsNothingOfACallWithoutALoop_data() {
          [](Client& client) { client.startFetchExternalOauthProviders(); },
          "externalOauthProvidersFetched glowpass maple-id"},
         {"startGetUserInfo", [](Client& client) { client.startGetUserInfo(); }, "userInfoFetched"},
+        {"startCheckForUpdates",
+         [](Client& client) { client.startCheckForUpdates("Harbour", "Home", "8.4.2"); },
+         "checkForUpdateFailed 0x84000004 Unknown error code"},
+        {"startCreateCustomerRequest",
+         [](Client& client) { client.startCreateCustomerRequest({}, "e", "t", "d", {}); },
+         "customerRequestCreated {00000000-0000-0000-0000-000000000000} T-500001"},
     };
     for (const auto& row : rows) {
         QTest::addRow("%s, the thread ends at once", row.name) << row.call << false << QString(row.late);

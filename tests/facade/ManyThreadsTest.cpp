@@ -1,5 +1,5 @@
-// Every method from many threads at once, for some seconds. A sanitizer is the judge here; of the outcome only the
-// number of answers and the end state count.
+// Every method from many threads at once, for some seconds. A sanitizer is the judge here; of the outcome
+// only the number of answers and the end state count.
 #include <Quillmark/Client.h>
 
 #include <QtCore/QElapsedTimer>
@@ -74,7 +74,7 @@ private:
         if (!places_.tryAcquire())
             return;
         ++started_;
-        switch ((rounds_ + index_) % 5) {
+        switch ((rounds_ + index_) % 7) {
             case 0:
                 return client.startSignIn(login_, password_);
             case 1:
@@ -83,6 +83,11 @@ private:
                 return client.startSignInToContext(login_, ContextType::Personal, {});
             case 3:
                 return client.startOAuthSignIn(host_.codeOf("linked"), "SIGN_IN");
+            case 4:
+                return client.startCheckForUpdates("Harbour", "Home", "8.4.1");
+            case 5:
+                return client.startCreateCustomerRequest({}, "e", QString::number(rounds_), "d",
+                                                         {{"a", "1"}});
             default:
                 return client.startFetchExternalOauthProviders();
         }
@@ -95,6 +100,7 @@ private:
         (void)client.refreshAccessToken((rounds_ + index_) % 3 != 0);
         (void)client.getBasicEndpoint();
         (void)client.getPCGuid();
+        (void)client.getLinuxREDownloadUrl("Lantern", "Pro", "3.0.9");
         (void)Client::getErrorMessage(QUILLMARKCLIENT_ERROR::kRequestNotSent);
         client.persistIdentityToFile(host_.storage.filePath(QString("host-%1.json").arg(index_)));
         auto* native = static_cast<quillmarkclient::IQuillmarkClient*>(client.getInstance());

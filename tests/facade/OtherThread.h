@@ -1,7 +1,7 @@
 // A second thread that makes one call and then runs an event loop of its own, until the object ends.
 //
-// Behind the destructor all that the call did is in sight. A sanitizer would not know it from QThread, which is not
-// instrumented, hence the flag.
+// Behind the destructor all that the call did is in sight. A sanitizer would not know it from QThread, which
+// is not instrumented, hence the flag.
 #pragma once
 
 #include <QtCore/QObject>

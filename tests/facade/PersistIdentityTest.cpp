@@ -1,5 +1,5 @@
-// The secret of the session in a document of the host. What becomes of the rest of the document is tested with the
-// core; here stand the road from the host to it, and the line that tells of a failure.
+// The secret of the session in a document of the host. What becomes of the rest of the document is tested
+// with the core; here stand the road from the host to it, and the line that tells of a failure.
 #include <Quillmark/Client.h>
 
 #include <QtCore/QFile>

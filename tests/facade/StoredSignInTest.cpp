@@ -1,5 +1,5 @@
-// What a start makes of the files that an earlier run left. Each row starts a private half of its own on a folder
-// of its own; the process's one Client only lends its place.
+// What a start makes of the files that an earlier run left. Each row starts a private half of its own on a
+// folder of its own; the process's one Client only lends its place.
 #include <QtCore/QFile>
 #include <QtTest/QtTest>
 

@@ -1,10 +1,10 @@
 // Tells ThreadSanitizer of the order that QThreadPool and QFuture make between threads.
 //
-// Both make it inside Qt, which is not instrumented: the pool hands a task over under its mutex, and what a task has
-// given back goes with the last holder of the future, which a count of references finds. So the sanitizer sees no
-// order between the thread that fills a task and the one that runs it, nor between that one and the thread that
-// drops the result. The functions below stand in front of Qt's own of the same names and say it. They excuse
-// nothing: what a thread does behind start() still races with the task.
+// Both make it inside Qt, which is not instrumented: the pool hands a task over under its mutex, and what a
+// task has given back goes with the last holder of the future, which a count of references finds. So the
+// sanitizer sees no order between the thread that fills a task and the one that runs it, nor between that one
+// and the thread that drops the result. The functions below stand in front of Qt's own of the same names and
+// say it. They excuse nothing: what a thread does behind start() still races with the task.
 #include <dlfcn.h>
 #include <sanitizer/tsan_interface.h>
 

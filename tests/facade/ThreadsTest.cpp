@@ -47,6 +47,10 @@ public:
         listen(&Client::signedOut);
         listen(&Client::fetchUserInfoFailed);
         listen(&Client::userInfoFetched);
+        listen(&Client::updateFound);
+        listen(&Client::checkForUpdateFailed);
+        listen(&Client::customerRequestCreated);
+        listen(&Client::createCustomerRequestFailed);
     }
 
     [[nodiscard]] QList<QThread*> threads() const {
@@ -127,6 +131,14 @@ void ThreadsTest::answersOnTheThreadOfCreate_data() {
          [](HostFixture& host) { host.client->startFetchExternalOauthProviders(); }},
         {"userInfoFetched", [](HostFixture& host) { host.client->startGetUserInfo(); }},
         {"fetchUserInfoFailed", refuseUserInfo},
+        {"updateFound 8.4.2",
+         [](HostFixture& host) { host.client->startCheckForUpdates("Harbour", "Home", "8.4.1"); }},
+        {"checkForUpdateFailed 0x84000004",
+         [](HostFixture& host) { host.client->startCheckForUpdates("Harbour", "Home", "8.4.2"); }},
+        {"customerRequestCreated {00000000-0000-0000-0000-000000000000} T-500001",
+         [](HostFixture& host) { host.client->startCreateCustomerRequest({}, "e", "t", "d", {}); }},
+        {"createCustomerRequestFailed {00000000-0000-0000-0000-000000000000} 0x80000002",
+         [](HostFixture& host) { host.client->startCreateCustomerRequest({}, "", "t", "d", {}); }},
     };
     for (const auto& row : rows) {
         QTest::addRow("%s", row.expected) << row.call << QString(row.expected) << false;
@@ -311,6 +323,8 @@ void ThreadsTest::callsThatAskTheCoreWait_data() {
     row("refreshAccessToken", [](Client& client) { QVERIFY(!client.refreshAccessToken(false).isEmpty()); });
     row("persistIdentityToFile", [](Client& client) { client.persistIdentityToFile("/missing/host.json"); });
     row("startGetUserInfo", [](Client& client) { client.startGetUserInfo(); });
+    row("getLinuxREDownloadUrl",
+        [](Client& client) { QVERIFY(!client.getLinuxREDownloadUrl("Harbour", "Home", "1.0").isEmpty()); });
 }
 
 void ThreadsTest::callsThatAskTheCoreWait() {
@@ -344,18 +358,22 @@ void ThreadsTest::startsReturnAtOnce() {
     host_.client->startSignInToContext("eve", ContextType::Organization, "x");
     host_.client->startOAuthSignIn({}, {});
     host_.client->startFetchExternalOauthProviders();
+    host_.client->startCheckForUpdates("Harbour", "Home", "8.4.1");
+    host_.client->startCreateCustomerRequest({}, "e", "t", "d", {});
     QVERIFY(host_.client->getAccessTokenBytes().isEmpty());
     QVERIFY(host_.client->getInstance() != nullptr);
     const qint64 startingMs = starting.elapsed();
     host_.release();
     QVERIFY(startingMs < kHungMs);
-    while (recorded.size() < 5)
+    while (recorded.size() < 7)
         QVERIFY(recorded.wait(60'000));
     QCOMPARE(host_.recorder.lines.filter("anna.plain@example.test").size(), 1);
     QCOMPARE(host_.recorder.lines.filter("tom 0x80000002").size(), 1);
     QCOMPARE(host_.recorder.lines.filter("signInFailed eve").size(), 1);
     QCOMPARE(host_.recorder.lines.filter("signInFailed  0x80000002").size(), 1);
     QCOMPARE(host_.recorder.lines.filter("externalOauthProvidersFetched glowpass").size(), 1);
+    QCOMPARE(host_.recorder.lines.filter("updateFound 8.4.2").size(), 1);
+    QCOMPARE(host_.recorder.lines.filter("customerRequestCreated").size(), 1);
 }
 
 void ThreadsTest::answersOneCallAfterAnother() {

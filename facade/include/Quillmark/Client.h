@@ -10,9 +10,11 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QJsonObject>
 #include <QtCore/QList>
+#include <QtCore/QMap>
 #include <QtCore/QMutex>
 #include <QtCore/QObject>
 #include <QtCore/QString>
+#include <QtCore/QUrl>
 #include <QtCore/QUuid>
 
 class QCoreApplication;
@@ -84,9 +86,10 @@ public:
 
     /// The counted native interface of this client, for code that knows nothing of Qt.
     ///
-    /// Cast it to quillmarkclient::IQuillmarkClient* ("core/src/IQuillmarkClient.h"); null if it found no memory
-    /// at the start. It is lent without a new reference: call AddRef() to keep it beyond the Client. Doesn't
-    /// block. A sign-in by this road is not in the cache of getAccessTokenBytes() until refreshAccessToken().
+    /// Cast it to quillmarkclient::IQuillmarkClient* ("core/src/IQuillmarkClient.h"); null if it found no
+    /// memory at the start. It is lent without a new reference: call AddRef() to keep it beyond the Client.
+    /// Doesn't block. A sign-in by this road is not in the cache of getAccessTokenBytes() until
+    /// refreshAccessToken().
     [[nodiscard]] void* getInstance() const;
 
     // ---- Facts, from any thread, before create() too; none blocks ----------------------------------------
@@ -203,6 +206,44 @@ public:
     /// exchanges.
     void startGetUserInfo();
 
+    /// Looks for a newer build of the host's product and returns at once. Needs no sign-in.
+    ///
+    /// Exactly one of updateFound() and checkForUpdateFailed() answers, on the thread that called create().
+    /// Asked is the feed in the language of ClientParams::language, and the English one when there is no such
+    /// feed. Only builds for Windows on x64 count, whatever this machine is. Up to 8 exchanges.
+    ///
+    /// What a feed brings is handed on unchanged: check the URL's scheme, verify the download, and clean the
+    /// HTML of the description before you show it. The URL may be empty, or that of a lesser build, when the
+    /// newest tells none: ask UpdateInfo::isValid().
+    ///
+    /// Codes: 0x84000004 nothing newer; 0x84000001 a feed that can't be read; 0x84000006 the service doesn't
+    /// give it; 0x80000002 an empty name, variant, version or language; for a feed that is not for everybody
+    /// 0x82000002, without an identity to renew the token by, and the codes of a renewal that is refused.
+    /// \param currentVersion  numbers with dots between them, compared from the left up to the end of the
+    ///                        shorter one: of "8.4", 8.5 is newer and 8.4.2 is not
+    void startCheckForUpdates(const QString& feedName, const QString& feedVariant,
+                              const QString& currentVersion);
+
+    /// The same as a direct answer, for the same builds: the address of the newest, as it is, with no signal.
+    /// Empty on any failure, and when the feed tells none. Blocks the caller for up to 8 exchanges; waits for
+    /// a running task.
+    [[nodiscard]] QUrl getLinuxREDownloadUrl(const QString& feedName, const QString& feedVariant,
+                                             const QString& currentVersion) const;
+
+    /// Files a customer request and returns at once. Needs no sign-in.
+    ///
+    /// Exactly one of customerRequestCreated() and createCustomerRequestFailed() answers, on the thread that
+    /// called create(), with the same \a requestId. The same content within a day is the same request to the
+    /// service, however often it is filed. While the service is at work on it the task waits and asks again,
+    /// up to four times for at most 30 seconds each; then it gives up with 0x80000006, and filing it again
+    /// goes on with the same request. Up to 5 exchanges. All texts stand in the log at info level.
+    /// \param requestId             yours: tells the answers of several requests apart
+    /// \param email                 this, the title and the description must not be empty (0x80000002)
+    /// \param additionalParameters  go out in the order of their keys
+    void startCreateCustomerRequest(const QUuid& requestId, const QString& email, const QString& title,
+                                    const QString& description,
+                                    const QMap<QString, QString>& additionalParameters);
+
     /// The service's base URL, as the client uses it. No network. Waits for a running task.
     [[nodiscard]] QString getBasicEndpoint() const;
 
@@ -252,20 +293,17 @@ Q_SIGNALS:
     /// The answer to startGetUserInfo().
     void userInfoFetched(const Quillmark::SignIn::UserInfo& info);
 
-    // The next four belong to the update check and to customer requests, which this version does not start
-    // yet: they never fire. They stand here because the order of the signals is interface.
-
-    /// There is a newer build.
+    /// There is a newer build: what the feed says, unchanged, its URL too. See startCheckForUpdates().
     void updateFound(const Quillmark::Updates::UpdateInfo& info);
 
-    /// The update check failed, or there is no newer build.
+    /// The update check failed, or there is no newer build (0x84000004).
     /// \param errorDescription  getErrorMessage() of \a errorCode
     void checkForUpdateFailed(QUILLMARKCLIENT_ERROR errorCode, const QString& errorDescription);
 
-    /// The service has taken a customer request.
+    /// The service has taken a customer request; the number is empty when its answer tells none.
     void customerRequestCreated(const Quillmark::CustomerRequest::CustomerRequestResult& result);
 
-    /// A customer request failed.
+    /// A customer request failed. A refusal by the service is 0x80000001, whatever it says.
     /// \param requestId         the host's own, unchanged
     /// \param errorDescription  getErrorMessage() of \a errorCode
     void createCustomerRequestFailed(const QUuid& requestId, QUILLMARKCLIENT_ERROR errorCode,

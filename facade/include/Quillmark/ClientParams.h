@@ -37,7 +37,7 @@ public:
     QString storagePath;    ///< folder of the token files; it must exist; empty: the working folder
     QString auxiliary1;     ///< carried, not read
     QString auxiliary2;     ///< not read
-    QString language;       ///< language of the update feed, such as "en"
+    QString language;       ///< language of the update feed, such as "en"; empty: no update check
     quint32 flags = 0;      ///< see Flag
     quint32 reserved1 = 0;  ///< carried, not read
     quint32 reserved2 = 0;  ///< carried, not read

@@ -12,7 +12,8 @@ struct ProductUpdateInfoValue;
 
 namespace Quillmark::Updates {
 
-/// A newer build of the host's product. A plain value.
+/// A newer build of the host's product. A plain value, and all of it the feed's own, unchecked: see
+/// Client::startCheckForUpdates() for what to check before use.
 class QUILLMARK_EXPORT UpdateInfo {
 public:
     UpdateInfo();
@@ -25,7 +26,7 @@ public:
     /// From the native client's record; the URL is read in tolerant mode.
     [[nodiscard]] static UpdateInfo fromNative(const quillmarkclient::ProductUpdateInfoValue& native);
 
-    /// Whether there is something to offer: a version, and a valid URL to get it from.
+    /// Whether there is something to offer: a version, and a valid URL to get it from, of any scheme.
     [[nodiscard]] bool isValid() const;
 
     QString version;      ///< of the newer build
