@@ -3,19 +3,35 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDateTime>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QSysInfo>
+#include <QtCore/QThread>
 #include <utility>
 
+#include "MachineStorage.h"
 #include "NativeSession.h"
 
 using Quillmark::Client;
+using Quillmark::CustomerRequest::CustomerRequestResult;
 using Quillmark::SignIn::ContextType;
 using Quillmark::SignIn::SignInContext;
 using Quillmark::SignIn::SignInProcessResult;
 using Quillmark::SignIn::UserInfo;
+using Quillmark::Updates::UpdateInfo;
 
 namespace {
 
 constexpr int kFailed = 1;
+
+// The beginning of a feed's HTML as a terminal may show it: without tags, and without bytes that steer it.
+QString plainText(QString html) {
+    constexpr qsizetype length = 60;
+    static const QRegularExpression tags("<[^>]*>");
+    html.replace(tags, " ");
+    html.removeIf([](QChar letter) { return !letter.isPrint() && !letter.isSpace(); });
+    html = html.simplified();
+    return html.size() > length ? html.left(length) + "..." : html;
+}
 
 }  // namespace
 
@@ -29,6 +45,9 @@ const Console::Command Console::kCommands[] = {
     {"details", "the user's details, from the service", &Console::details},
     {"token", "the claims of the access token, renewed only if it has expired", &Console::token},
     {"renew", "get a new access token", &Console::renew},
+    {"updates", "whether there is a newer build of a product", &Console::updates},
+    {"ticket", "file a customer request", &Console::ticket},
+    {"metadata", "report this machine's disks to the service", &Console::metadata},
     {"sign-out", "sign out", &Console::signOut},
     {"help", "this list", &Console::help},
     {"quit", "end the program", &Console::quit},
@@ -52,6 +71,10 @@ Console::Console(Client& client, Terminal& terminal, QString login, QStringList 
     connect(&client_, &Client::signedOut, this, [this] { terminal_.say("<- signedOut"); });
     connect(&client_, &Client::fetchUserInfoFailed, this, &Console::onFetchUserInfoFailed);
     connect(&client_, &Client::userInfoFetched, this, &Console::onUserInfoFetched);
+    connect(&client_, &Client::updateFound, this, &Console::onUpdateFound);
+    connect(&client_, &Client::checkForUpdateFailed, this, &Console::onCheckForUpdateFailed);
+    connect(&client_, &Client::customerRequestCreated, this, &Console::onCustomerRequestCreated);
+    connect(&client_, &Client::createCustomerRequestFailed, this, &Console::onCreateCustomerRequestFailed);
 }
 
 void Console::next() {
@@ -284,6 +307,84 @@ void Console::renew() {
 QString Console::tokenExpiry() const {
     const QJsonObject claims = Client::getDecodedAccessToken(client_.getAccessTokenBytes());
     return QDateTime::fromSecsSinceEpoch(claims.value("exp").toInteger()).toString(Qt::ISODate);
+}
+
+// ---- Updates, customer requests, backup metadata ---------------------------------------------------------
+
+void Console::updates() {
+    const auto feed = terminal_.ask("Name of the product's feed: ");
+    const auto variant = feed ? terminal_.ask("Variant: ") : std::nullopt;
+    const auto version = variant ? terminal_.ask("Version that you have: ") : std::nullopt;
+    if (!version)
+        return done(false);
+    client_.startCheckForUpdates(*feed, *variant, *version);
+}
+
+void Console::onUpdateFound(const UpdateInfo& info) {
+    terminal_.say(QStringLiteral("<- updateFound: %1").arg(plainText(info.version)));
+    terminal_.say(QStringLiteral("  Notes     %1").arg(plainText(info.description)));
+    const bool isSafe = info.isValid() && info.url.scheme() == QLatin1String("https");
+    terminal_.say(
+        QStringLiteral("  Download  %1")
+            .arg(isSafe ? info.url.toString(QUrl::FullyEncoded) : QStringLiteral("none that is safe")));
+    done(true);
+}
+
+void Console::onCheckForUpdateFailed(QUILLMARKCLIENT_ERROR code, const QString& description) {
+    terminal_.say("<- checkForUpdateFailed");
+    showFailure(code, description);
+    done(false);
+}
+
+// The identifier is this host's own: several requests may run at once, and it tells their answers apart.
+void Console::ticket() {
+    const auto email = terminal_.ask("Your e-mail address: ");
+    const auto title = email ? terminal_.ask("Title: ") : std::nullopt;
+    const auto description = title ? terminal_.ask("Description: ") : std::nullopt;
+    if (!description)
+        return done(false);
+    client_.startCreateCustomerRequest(QUuid::createUuid(), *email, *title, *description,
+                                       {{"application", QCoreApplication::applicationName()},
+                                        {"version", QCoreApplication::applicationVersion()}});
+}
+
+void Console::onCustomerRequestCreated(const CustomerRequestResult& result) {
+    terminal_.say(QStringLiteral("<- customerRequestCreated: %1").arg(result.ticketNumber));
+    done(true);
+}
+
+void Console::onCreateCustomerRequestFailed(const QUuid&, QUILLMARKCLIENT_ERROR code,
+                                            const QString& description) {
+    terminal_.say("<- createCustomerRequestFailed");
+    showFailure(code, description);
+    done(false);
+}
+
+// By the native interface, which blocks for the exchange.
+void Console::metadata() {
+    const QByteArray name = QSysInfo::machineHostName().toUtf8();
+    const QByteArray product = QSysInfo::prettyProductName().toUtf8();
+    const QByteArray build = QSysInfo::kernelVersion().toUtf8();
+    const QByteArray version = QSysInfo::productVersion().toUtf8();
+    const QByteArray processor = QSysInfo::currentCpuArchitecture().toUtf8();
+    quillmarkclient::SystemInfo system{};
+    system.deviceName = name.constData();
+    system.operatingSystemName = product.constData();
+    system.operatingSystemBuild = build.constData();
+    system.operatingSystemVersion = version.constData();
+    system.memoryAmount = UINT32_MAX;  // unknown
+    system.cpuDescription = processor.constData();
+    system.cpuCores = static_cast<std::uint32_t>(QThread::idealThreadCount());
+
+    const MachineStorage storage;
+    const auto code =
+        NativeSession(client_).sendBackupMetadata({&system, &storage.disks(), nullptr, nullptr});
+    if (!IsSuccess(code)) {
+        showFailure(code, Client::getErrorMessage(code));
+        return done(false);
+    }
+    terminal_.say(QStringLiteral("Disks reported: %1").arg(storage.disks().count));
+    done(true);
 }
 
 void Console::showFailure(QUILLMARKCLIENT_ERROR code, const QString& description) {

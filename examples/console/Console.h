@@ -13,8 +13,8 @@
 // signal that answers.
 class Console : public QObject {
 public:
-    // `client` and `terminal` outlive the console. With an empty `login` it is asked for, and without commands
-    // these are.
+    // `client` and `terminal` outlive the console. With an empty `login` it is asked for, and without
+    // commands these are.
     Console(Quillmark::Client& client, Terminal& terminal, QString login, QStringList commands);
 
     void start() { turn_.start(); }
@@ -37,6 +37,9 @@ private:
     void details();
     void token();
     void renew();
+    void updates();
+    void ticket();
+    void metadata();
     void signOut();
     void help();
     void quit();
@@ -55,6 +58,11 @@ private:
     void onExternalOauthProvidersFetched(const QList<QString>& providers);
     void onFetchUserInfoFailed(QUILLMARKCLIENT_ERROR code, const QString& description);
     void onUserInfoFetched(const Quillmark::SignIn::UserInfo& info);
+    void onUpdateFound(const Quillmark::Updates::UpdateInfo& info);
+    void onCheckForUpdateFailed(QUILLMARKCLIENT_ERROR code, const QString& description);
+    void onCustomerRequestCreated(const Quillmark::CustomerRequest::CustomerRequestResult& result);
+    void onCreateCustomerRequestFailed(const QUuid& requestId, QUILLMARKCLIENT_ERROR code,
+                                       const QString& description);
 
     void next();
     void run(const QString& name);

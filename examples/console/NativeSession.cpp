@@ -28,3 +28,8 @@ QList<SignInContext> NativeSession::contexts() const {
     native_->FreeMemory(list);
     return contexts;
 }
+
+QUILLMARKCLIENT_ERROR NativeSession::sendBackupMetadata(
+    const quillmarkclient::BackupMetadataRecord& record) const {
+    return native_->SendBackupMetadata(&record);
+}

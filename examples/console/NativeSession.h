@@ -20,6 +20,8 @@ public:
                                                               const QString& token) const;
     /// Those to choose from; none after a failure.
     [[nodiscard]] QList<Quillmark::SignIn::SignInContext> contexts() const;
+    [[nodiscard]] QUILLMARKCLIENT_ERROR sendBackupMetadata(
+        const quillmarkclient::BackupMetadataRecord& record) const;
 
 private:
     quillmarkclient::IQuillmarkClient* native_;

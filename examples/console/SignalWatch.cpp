@@ -3,8 +3,10 @@
 #include <QtCore/QThread>
 
 using Quillmark::Client;
+using Quillmark::CustomerRequest::CustomerRequestResult;
 using Quillmark::SignIn::SignInProcessResult;
 using Quillmark::SignIn::UserInfo;
+using Quillmark::Updates::UpdateInfo;
 
 namespace {
 
@@ -57,6 +59,36 @@ SignalWatch::SignalWatch(const Client& client, Terminal& terminal) : terminal_(t
     connect(
         &client, &Client::userInfoFetched, this,
         [this](const UserInfo& info) { show("userInfoFetched(" + info.email + ")"); }, Qt::DirectConnection);
+    watchFeatures(client);
+}
+
+void SignalWatch::watchFeatures(const Client& client) {
+    connect(
+        &client, &Client::updateFound, this,
+        [this](const UpdateInfo& info) {
+            show(QStringLiteral("updateFound(%1, %2)").arg(info.version, info.url.toString()));
+        },
+        Qt::DirectConnection);
+    connect(
+        &client, &Client::checkForUpdateFailed, this,
+        [this](QUILLMARKCLIENT_ERROR code, const QString& description) {
+            show("checkForUpdateFailed(" + failure(code, description) + ")");
+        },
+        Qt::DirectConnection);
+    connect(
+        &client, &Client::customerRequestCreated, this,
+        [this](const CustomerRequestResult& result) {
+            show(QStringLiteral("customerRequestCreated(%1, %2)")
+                     .arg(result.requestId.toString(), result.ticketNumber));
+        },
+        Qt::DirectConnection);
+    connect(
+        &client, &Client::createCustomerRequestFailed, this,
+        [this](const QUuid& requestId, QUILLMARKCLIENT_ERROR code, const QString& description) {
+            show(QStringLiteral("createCustomerRequestFailed(%1, %2)")
+                     .arg(requestId.toString(), failure(code, description)));
+        },
+        Qt::DirectConnection);
 }
 
 void SignalWatch::show(const QString& signal) {

@@ -16,6 +16,7 @@ public:
     SignalWatch(const Quillmark::Client& client, Terminal& terminal);
 
 private:
+    void watchFeatures(const Quillmark::Client& client);
     void show(const QString& signal);
 
     Terminal& terminal_;

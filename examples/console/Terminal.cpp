@@ -1,48 +1,11 @@
 #include "Terminal.h"
 
-#include <csignal>
+#include <unistd.h>
+
 #include <iostream>
 #include <string>
 
-#include <termios.h>
-#include <unistd.h>
-
-namespace {
-
-termios withEcho;  // what the terminal goes back to
-
-extern "C" void restoreEcho(int signal) {
-    tcsetattr(STDIN_FILENO, TCSANOW, &withEcho);
-    (void)std::signal(signal, SIG_DFL);
-    (void)std::raise(signal);
-}
-
-// Keeps what is typed off the screen; does nothing when the input is no terminal.
-class EchoOff {
-public:
-    EchoOff() {
-        if (tcgetattr(STDIN_FILENO, &withEcho) != 0)
-            return;
-        termios quiet = withEcho;
-        quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-        formerHandler_ = std::signal(SIGINT, restoreEcho);
-        changed_ = tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet) == 0;
-    }
-    ~EchoOff() {
-        if (!changed_)
-            return;
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &withEcho);
-        (void)std::signal(SIGINT, formerHandler_);
-    }
-    EchoOff(const EchoOff&) = delete;
-    EchoOff& operator=(const EchoOff&) = delete;
-
-private:
-    void (*formerHandler_)(int) = SIG_DFL;
-    bool changed_ = false;
-};
-
-}  // namespace
+#include "examples/common/EchoOff.h"
 
 void Terminal::say(const QString& line) {
     out_ << line << Qt::endl;

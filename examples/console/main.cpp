@@ -37,7 +37,8 @@ int main(int argc, char* argv[]) {
     QCoreApplication::setApplicationVersion(Client::getVersionString());
 
     QCommandLineParser parser;
-    parser.setApplicationDescription("Signs a person in to an account service.");
+    parser.setApplicationDescription(
+        "Uses an account service: signs a person in, looks for updates, files tickets.");
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addOptions({
