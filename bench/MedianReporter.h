@@ -17,12 +17,15 @@ public:
         ConsoleReporter::ReportRuns(runs);
         for (const auto& run : runs) {
             hasFailed = hasFailed || run.error_occurred;
-            if (run.aggregate_name == "median")
-                medians[run.run_name.function_name] = run.GetAdjustedRealTime();
+            if (run.aggregate_name != "median")
+                continue;
+            medians[run.run_name.function_name] = run.GetAdjustedRealTime();
+            processorMedians[run.run_name.function_name] = run.GetAdjustedCPUTime();
         }
     }
 
-    std::map<std::string, double> medians;  // real time by benchmark
+    std::map<std::string, double> medians;           // real time by benchmark
+    std::map<std::string, double> processorMedians;  // what other programs take doesn't count
     bool hasFailed = false;
 };
 
