@@ -1,9 +1,9 @@
-// Reads update feeds into a tree with this library's XML reader, pugixml and libxml2, all in one run, and then
-// documents that are large or hostile. Ends with a table of ratios.
+// Reads update feeds into a tree with this library's XML reader, pugixml and libxml2, all in one run, and
+// then documents that are large or hostile. Ends with a table of ratios.
 //
-// A read is timed from the text to the tree and on to the end of the tree, in processor time. To build a tree takes
-// its time by the size of the text. To end one takes more a byte when it no longer fits the caches: the growth of
-// the feed is told with and without.
+// A read is timed from the text to the tree and on to the end of the tree, in processor time. To build a tree
+// takes its time by the size of the text. To end one takes more a byte when it no longer fits the caches: the
+// growth of the feed is told with and without.
 #include <benchmark/benchmark.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
@@ -216,8 +216,8 @@ std::string AttributesWithOneTwice(std::size_t count) {
     return tag.insert(tag.size() - 2, " n0=\"\"");
 }
 
-// A document of two sizes, whose time may grow as its size does. The bound leaves room for sorting and for what
-// no cache holds.
+// A document of two sizes, whose time may grow as its size does. The bound leaves room for sorting and for
+// what no cache holds.
 struct Growth {
     const char* name;
     std::string (*make)(std::size_t size);

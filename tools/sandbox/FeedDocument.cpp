@@ -115,8 +115,8 @@ void orderByPublication(std::vector<BuildVersion>& versions) {
         std::swap(versions[at], versions[at + 1]);
 }
 
-// A date as RSS has it (RFC 822), the given number of weeks before the first Monday of 2025. Always a Monday, and in
-// English under any locale.
+// A date as RSS has it (RFC 822), the given number of weeks before the first Monday of 2025. Always a Monday,
+// and in English under any locale.
 std::string dateText(std::size_t weeksAgo) {
     static const char* const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                          "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};

@@ -11,7 +11,8 @@
 #include "tests/support/LinearCost.h"
 #include "tests/support/SmallStack.h"
 
-// The sanitizer's strstr measures all that follows in the text at each call, which makes a linear reader quadratic.
+// The sanitizer's strstr measures all that follows in the text at each call, which makes a linear reader
+// quadratic.
 extern "C" __attribute__((visibility("default"))) const char* __asan_default_options() {
     return "intercept_strstr=0";
 }
