@@ -182,7 +182,8 @@ private:
     std::map<std::string, double> medians_;
 };
 
-// What we hold ourselves to: ahead of nlohmann-json, and a time per byte that does not grow with the document.
+// What we hold ourselves to: ahead of nlohmann-json, and a time per byte that does not grow with the
+// document.
 constexpr double kAllowedToNlohmann = 1.0;
 constexpr double kAllowedGrowth = 1.5;  // from 100 KB to 10 MB
 

@@ -29,7 +29,8 @@ portable_stl::string Text(const std::string& text) {
     return {text.data(), text.size()};
 }
 
-// As a backup product fills it. The texts have no slash: we write one with a backslash, nlohmann-json does not.
+// As a backup product fills it. The texts have no slash: we write one with a backslash, nlohmann-json does
+// not.
 RestorePointInfo MakeRestorePoint(std::size_t index) {
     const std::string number = std::to_string(100'000 + index);
     RestorePointInfo point;

@@ -1,6 +1,6 @@
-// A whole password sign-in over loopback TLS, its token files included, against the same exchanges made by bare
-// libcurl handles that read the system's bundle each. A second figure compares the library's own time in a
-// sign-in, which is all but HttpRequest, with the time of its exchanges.
+// A whole password sign-in over loopback TLS, its token files included, against the same exchanges made by
+// bare libcurl handles that read the system's bundle each. A second figure compares the library's own time in
+// a sign-in, which is all but HttpRequest, with the time of its exchanges.
 //
 // The exchanges that the handles repeat are those of the first sign-in, recorded behind the platform table.
 #include <benchmark/benchmark.h>

@@ -46,11 +46,20 @@ using PublicKey = std::unique_ptr<EVP_PKEY, Deleter<EVP_PKEY_free>>;
 using RsaKey = std::unique_ptr<RSA, Deleter<RSA_free>>;
 using Block = std::unique_ptr<std::uint8_t, Deleter<Free>>;
 
+// Each thread that uses libcrypto has an error queue, and where libcrypto is linked statically, as on Windows,
+// nobody else tells it that the thread ends.
+struct ThreadEnd {
+    ~ThreadEnd() { OPENSSL_thread_stop(); }
+};
+
 // Takes the errors of one operation off the queue of the thread: the host's own use of OpenSSL, Qt's among
 // it, would otherwise find them and take them for its own.
 class ErrorQueueGuard {
 public:
-    ErrorQueueGuard() { ERR_set_mark(); }
+    ErrorQueueGuard() {
+        thread_local const ThreadEnd end{};
+        ERR_set_mark();
+    }
     ~ErrorQueueGuard() { ERR_pop_to_mark(); }
     ErrorQueueGuard(const ErrorQueueGuard&) = delete;
     ErrorQueueGuard& operator=(const ErrorQueueGuard&) = delete;

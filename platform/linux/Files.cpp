@@ -1,68 +1,28 @@
 #include "platform/linux/Files.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstddef>
 
 #include "core/src/ResultCode.h"
-#include "platform/linux/PathEncoding.h"
+#include "platform/linux/FileHandle.h"
 #include "platform/linux/SignalGuard.h"
 
 namespace quillmarkclient_linux {
 namespace {
 
-static_assert(sizeof(off_t) == sizeof(std::uint64_t), "build with _FILE_OFFSET_BITS=64");
-
-constexpr mode_t kOwnerOnly = 0600;
-constexpr int kNoDescriptor = -1;
+using quillmarkclient_common::Store;
 
 constexpr std::uint32_t Number(ResultCode code) {
     return static_cast<std::uint32_t>(code);
 }
 
-// Repeats a system call as long as a signal cuts it short.
-template <class Call>
-auto Resumed(Call call) {
-    auto result = call();
-    while (result == -1 && errno == EINTR)
-        result = call();
-    return result;
-}
-
-class Descriptor {
-public:
-    explicit Descriptor(int number) : number_(number) {}
-    ~Descriptor() { (void)Close(); }  // after reading or a failure there is nothing left to lose
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    [[nodiscard]] int Get() const { return number_; }
-    [[nodiscard]] bool IsOpen() const { return number_ != kNoDescriptor; }
-    [[nodiscard]] int Release() {
-        const int number = number_;
-        number_ = kNoDescriptor;
-        return number;
-    }
-    // False when the file system tells only now that it could not keep what was written (NFS with a full
-    // disk). Not repeated behind a signal: Linux has let the number go by then, and another thread may own
-    // it.
-    [[nodiscard]] bool Close() {
-        const int number = Release();
-        return number == kNoDescriptor || close(number) == 0 || errno == EINTR;
-    }
-
-private:
-    int number_;
-};
-
 // Holds the range until the scope ends. Where the system refuses the lock, the transfer goes ahead without
 // one.
 class RangeLock {
 public:
-    RangeLock(const Descriptor& file, short kind, std::uint64_t offset, std::uint32_t size)
+    RangeLock(const FileHandle& file, short kind, std::uint64_t offset, std::uint32_t size)
         : file_(file), range_{} {
         range_.l_type = kind;
         range_.l_whence = SEEK_SET;
@@ -81,33 +41,10 @@ public:
     RangeLock& operator=(const RangeLock&) = delete;
 
 private:
-    const Descriptor& file_;
+    const FileHandle& file_;
     struct flock range_;
     bool held_ = false;
 };
-
-int Open(const char* path, Access access, Missing missing) {
-    const int flags = (access == Access::kRead ? O_RDONLY : O_RDWR) | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    const int number = Resumed([&] { return open(path, flags); });
-    // Created only when it is missing: in a folder with the sticky bit O_CREAT may be refused for a file that
-    // is there.
-    if (number != kNoDescriptor || errno != ENOENT || missing == Missing::kFail)
-        return number;
-    return Resumed([&] { return open(path, flags | O_CREAT, kOwnerOnly); });
-}
-
-bool IsRegular(const Descriptor& file) {
-    struct stat status {};
-    return fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode);
-}
-
-int OpenAt(const char* path, std::uint64_t offset, Access access, Missing missing) {
-    Descriptor file(OpenRegularFile(path, access, missing));
-    // An offset above the largest of the file system is a file that can't be opened there.
-    if (!file.IsOpen() || lseek(file.Get(), static_cast<off_t>(offset), SEEK_SET) == -1)
-        return kNoDescriptor;
-    return file.Release();
-}
 
 // Repeats `transfer(done)` until `size` bytes are through, nothing more comes, or it fails; false for the
 // last.
@@ -122,18 +59,7 @@ bool TransferAll(std::uint32_t size, std::uint32_t& done, Transfer transfer) {
     return true;
 }
 
-void Store(std::uint32_t value, std::uint32_t* out) {
-    if (out)
-        *out = value;
-}
-
 }  // namespace
-
-int OpenRegularFile(const char* path, Access access, Missing missing) {
-    RequireUtf8(path);
-    Descriptor file(Open(path, access, missing));
-    return file.IsOpen() && IsRegular(file) ? file.Release() : kNoDescriptor;
-}
 
 std::uint32_t FileRead(const char* path, std::uint64_t offset, void* buffer, std::uint32_t size,
                        std::uint32_t* bytesRead, void* /*context*/) {
@@ -143,7 +69,7 @@ std::uint32_t FileRead(const char* path, std::uint64_t offset, void* buffer, std
     // A lock of length 0 would reach to the end of the file and beyond.
     if (size == 0)
         return Number(ResultCode::kSuccess);
-    const Descriptor file(OpenAt(path, offset, Access::kRead, Missing::kCreate));
+    const FileHandle file = OpenAt(path, offset, Access::kRead, Missing::kCreate);
     if (!file.IsOpen())
         return Number(ResultCode::kFileOpen);
 
@@ -164,7 +90,7 @@ std::uint32_t FileWrite(const char* path, std::uint64_t offset, const void* buff
     Store(0, bytesWritten);
     if (size == 0)
         return Number(ResultCode::kSuccess);
-    Descriptor file(OpenAt(path, offset, Access::kReadWrite, Missing::kCreate));
+    FileHandle file = OpenAt(path, offset, Access::kReadWrite, Missing::kCreate);
     if (!file.IsOpen())
         return Number(ResultCode::kFileOpen);
 
@@ -185,7 +111,7 @@ std::uint32_t FileWrite(const char* path, std::uint64_t offset, const void* buff
 std::uint32_t FileGetSize(const char* path, std::uint32_t* size, void* /*context*/) {
     if (!path || !size)
         return Number(ResultCode::kInvalidParameters);
-    const Descriptor file(OpenRegularFile(path, Access::kRead, Missing::kFail));
+    const FileHandle file = OpenRegularFile(path, Access::kRead, Missing::kFail);
     if (!file.IsOpen()) {
         *size = 0;
         return Number(ResultCode::kSuccess);
@@ -200,7 +126,7 @@ std::uint32_t FileGetSize(const char* path, std::uint32_t* size, void* /*context
 std::uint32_t FileSetSize(const char* path, std::uint64_t size, void* /*context*/) {
     if (!path)
         return Number(ResultCode::kInvalidParameters);
-    const Descriptor file(OpenAt(path, size, Access::kReadWrite, Missing::kCreate));
+    const FileHandle file = OpenAt(path, size, Access::kReadWrite, Missing::kCreate);
     if (!file.IsOpen())
         return Number(ResultCode::kFileOpen);
     const SignalGuard guard(SIGXFSZ);

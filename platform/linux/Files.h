@@ -26,10 +26,4 @@ std::uint32_t FileGetSize(const char* path, std::uint32_t* size, void* context);
 std::uint32_t FileSetSize(const char* path, std::uint64_t size, void* context);
 std::uint32_t FileDelete(const char* path, void* context);
 
-// The first steps of every row above that takes a UTF-8 path, for the upload too: a descriptor that the
-// caller closes, or -1. Throws as told under "paths".
-enum class Access { kRead, kReadWrite };
-enum class Missing { kFail, kCreate };
-[[nodiscard]] int OpenRegularFile(const char* path, Access access, Missing missing);
-
 }  // namespace quillmarkclient_linux

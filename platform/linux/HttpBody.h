@@ -1,82 +1,29 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <string_view>
-#include <vector>
+
+#include "platform/common/HttpBody.h"
 
 namespace quillmarkclient_linux {
 
-// What a Read of a body came to.
-enum class HttpBodyRead : std::uint32_t {
-    kData = 0,
-    kEnd = 1,
-    kError = 2,
-};
+using quillmarkclient_common::HttpBody;
+using quillmarkclient_common::HttpBodyRead;
+using quillmarkclient_common::HttpMemoryBody;
 
-// The source of a request's body: read once from its start to its end, by one thread, in pieces.
-class HttpBody {
-public:
-    virtual ~HttpBody() = default;
-
-    // Fills at most `capacity` bytes. `bytesRead` is set with kData only.
-    [[nodiscard]] virtual HttpBodyRead Read(void* buffer, std::uint32_t capacity,
-                                            std::uint32_t* bytesRead) = 0;
-
-    // The size of the whole body in bytes.
-    [[nodiscard]] virtual std::uint32_t GetSize() const = 0;
-
-    // Goes back to the start, for a redirect that asks for the body again. False where the source can't.
-    [[nodiscard]] virtual bool Rewind() { return false; }
-
-protected:
-    HttpBody() = default;
-    HttpBody(const HttpBody&) = default;
-    HttpBody& operator=(const HttpBody&) = default;
-};
-
-// A copy of a text.
-class HttpMemoryBody final : public HttpBody {
-public:
-    explicit HttpMemoryBody(std::string_view text);
-
-    [[nodiscard]] HttpBodyRead Read(void* buffer, std::uint32_t capacity, std::uint32_t* bytesRead) override;
-    [[nodiscard]] std::uint32_t GetSize() const override;
-    [[nodiscard]] bool Rewind() override;
-
-private:
-    std::vector<char> bytes_;
-    std::uint32_t position_ = 0;
-};
-
-// A file, framed as the one part of a multipart/form-data body (RFC 7578):
-//
-//   preamble   CRLF "--" boundary CRLF, the part's three header lines, CRLF
-//   file       the descriptor's bytes from where it stands
-//   trailer    CRLF "--" boundary "--" CRLF
-//
-// The line break in front of the first boundary and the content type are fixed, whatever the file is. A Read
-// serves one of the three regions, never two. Sizes are 32 bits wide: of a larger file the low 32 bits count.
-// When the size can't be read, GetSize is 0 and each Read gives kError.
-class HttpFileBody final : public HttpBody {
+// The bytes of a descriptor, from where it stands, in their frame.
+class HttpFileBody final : public quillmarkclient_common::HttpFramedBody {
 public:
     // `descriptor` stays the caller's and must outlive the body.
     HttpFileBody(int descriptor, std::string_view boundary, std::string_view fileName);
 
-    [[nodiscard]] HttpBodyRead Read(void* buffer, std::uint32_t capacity, std::uint32_t* bytesRead) override;
-    [[nodiscard]] std::uint32_t GetSize() const override;
     [[nodiscard]] bool Rewind() override;
 
 private:
-    [[nodiscard]] HttpBodyRead ReadFile(void* buffer, std::uint32_t wanted, std::uint32_t* bytesRead);
+    [[nodiscard]] HttpBodyRead ReadFileBytes(void* buffer, std::uint32_t wanted,
+                                             std::uint32_t* bytesRead) override;
 
-    int descriptor_;  // -1 when the size can't be read
-    std::uint32_t fileSize_ = 0;
-    std::uint32_t position_ = 0;
-    std::uint32_t totalSize_ = 0;
-    std::string preamble_;
-    std::string trailer_;
-    std::string boundary_;
+    int descriptor_;               // -1 when the size can't be read
     std::int64_t fileStart_ = -1;  // where the descriptor stood; -1 when it can't seek
 };
 

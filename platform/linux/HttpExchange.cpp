@@ -12,6 +12,8 @@
 namespace quillmarkclient_linux {
 namespace {
 
+using quillmarkclient_common::EqualsIgnoringCase;
+
 constexpr char kAgent[] = "ABClient_HInternet";
 constexpr char kSchemes[] = "http,https";
 constexpr std::uint32_t kBodyPieceBytes = 4096;  // a file is never wholly in memory

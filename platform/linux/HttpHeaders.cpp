@@ -7,24 +7,14 @@
 namespace quillmarkclient_linux {
 namespace {
 
+using quillmarkclient_common::EqualsIgnoringCase;
+
 constexpr std::string_view kBlanks = " \t";
 
 // libcurl sends these by itself where it sees fit; a line with a name and nothing else forbids it.
 constexpr std::array<std::string_view, 4> kUnwanted = {"Accept", "Expect", "Content-Type",
                                                        "Proxy-Connection"};
-constexpr std::array<std::string_view, 3> kFraming = {"Content-Length", "Expect", "Transfer-Encoding"};
 constexpr std::array<std::string_view, 3> kOriginOnly = {"Authorization", "Cookie", "Host"};
-
-char LowerAscii(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool IsTokenByte(char c) {
-    constexpr std::string_view kMarks = "!#$%&'*+-.^_`|~";
-    const char lower = LowerAscii(c);
-    return (lower >= 'a' && lower <= 'z') || (c >= '0' && c <= '9') ||
-           kMarks.find(c) != std::string_view::npos;
-}
 
 template <std::size_t Size>
 bool IsOneOf(const std::array<std::string_view, Size>& names, std::string_view name) {
@@ -54,29 +44,6 @@ void Append(HeaderList& list, const std::string& line) {
 }
 
 }  // namespace
-
-bool EqualsIgnoringCase(std::string_view left, std::string_view right) {
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [](char a, char b) { return LowerAscii(a) == LowerAscii(b); });
-}
-
-bool IsToken(std::string_view text) {
-    return !text.empty() && std::all_of(text.begin(), text.end(), IsTokenByte);
-}
-
-std::optional<std::vector<HttpHeader>> TakeHeaders(const quillmarkclient_core::HttpHeaderPair* pairs,
-                                                   std::uint32_t count) {
-    std::vector<HttpHeader> headers;
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const std::string_view name = pairs[i].name;
-        const std::string_view value = pairs[i].value;
-        if (!IsToken(name) || value.find_first_of("\r\n") != std::string_view::npos)
-            return std::nullopt;
-        if (!IsOneOf(kFraming, name))
-            headers.push_back({std::string(name), std::string(value)});
-    }
-    return headers;
-}
 
 void DropOriginHeaders(std::vector<HttpHeader>& headers) {
     std::erase_if(headers, [](const HttpHeader& header) { return IsOneOf(kOriginOnly, header.name); });

@@ -4,29 +4,15 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
-#include <string>
 #include <string_view>
 #include <vector>
 
-#include "core/src/system/PlatformTable.h"
+#include "platform/common/HttpRequestParts.h"
 
 // The headers of a request as libcurl takes them, and look-ups in those of an answer.
 namespace quillmarkclient_linux {
 
-struct HttpHeader {
-    std::string name;
-    std::string value;
-};
-
-// Copies the pairs, in order. Nothing when a name is no token (RFC 9110 section 5.1) or a CR or LF stands in
-// a value: such a pair could smuggle in a header or a whole request. The caller's own "Content-Length",
-// "Expect" and "Transfer-Encoding" are left out, because the transport frames the message.
-[[nodiscard]] std::optional<std::vector<HttpHeader>> TakeHeaders(
-    const quillmarkclient_core::HttpHeaderPair* pairs, std::uint32_t count);
-
-// Whether `text` is a token: what a method or a header name may be.
-[[nodiscard]] bool IsToken(std::string_view text);
+using quillmarkclient_common::HttpHeader;
 
 // Takes out what only the origin that the caller named may see: "Authorization", "Cookie", "Host".
 void DropOriginHeaders(std::vector<HttpHeader>& headers);
@@ -46,7 +32,5 @@ using HeaderList = std::unique_ptr<curl_slist, HeaderListDeleter>;
 // The values of all header lines called `name`, in any case, within the header block of an answer; blanks and
 // tabs round them are cut off. They point into `head`.
 [[nodiscard]] std::vector<std::string_view> FindHeaders(std::string_view head, std::string_view name);
-
-[[nodiscard]] bool EqualsIgnoringCase(std::string_view left, std::string_view right);
 
 }  // namespace quillmarkclient_linux

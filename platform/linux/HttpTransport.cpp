@@ -1,19 +1,15 @@
 #include "platform/linux/HttpTransport.h"
 
 #include <curl/curl.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
-#include <cstring>
-#include <new>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
-#include "platform/linux/Files.h"
+#include "platform/common/Utf8.h"
+#include "platform/linux/FileHandle.h"
 #include "platform/linux/HttpExchange.h"
 #include "platform/linux/HttpHeaders.h"
 #include "platform/linux/HttpRedirect.h"
@@ -22,6 +18,12 @@
 
 namespace quillmarkclient_linux {
 namespace {
+
+using quillmarkclient_common::AreHeadersPresent;
+using quillmarkclient_common::HandOut;
+using quillmarkclient_common::IsToken;
+using quillmarkclient_common::RunCall;
+using quillmarkclient_common::TakeHeaders;
 
 constexpr int kMaxRedirects = 10;
 
@@ -32,20 +34,6 @@ constexpr std::uint32_t Number(ResultCode code) {
 bool IsLibcurlReady() {
     static const bool isReady = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
     return isReady;
-}
-
-bool AreHeadersPresent(const HttpHeaderPair* headers, std::uint32_t count) {
-    if (!headers)
-        return count == 0;
-    return std::all_of(headers, headers + count,
-                       [](const HttpHeaderPair& pair) { return pair.name && pair.value; });
-}
-
-void ClearBlocks(char** responseBody, char** responseHeaders) {
-    if (responseBody)
-        *responseBody = nullptr;
-    if (responseHeaders)
-        *responseHeaders = nullptr;
 }
 
 // What a call sends now; a redirect changes it.
@@ -91,40 +79,13 @@ ResultCode Follow(Request request, std::uint32_t flags, const HttpTimeouts& time
     }
 }
 
-// A block of the text and a zero byte; null when memory is exhausted.
-char* MakeBlock(std::string_view text, const HttpBounds& bounds) {
-    auto* block = static_cast<char*>(bounds.alloc(text.size() + 1));
-    if (block) {
-        std::copy(text.begin(), text.end(), block);
-        block[text.size()] = '\0';
-    }
-    return block;
-}
-
-ResultCode HandOut(const HttpAnswer& answer, const HttpBounds& bounds, char** responseBody,
-                   char** responseHeaders) {
-    if (!responseBody)
-        return ResultCode::kSuccess;
-    char* body = MakeBlock(answer.body, bounds);
-    if (!body)
-        return ResultCode::kNetwork;
-    if (responseHeaders) {
-        *responseHeaders = MakeBlock(answer.head, bounds);
-        if (!*responseHeaders) {
-            quillmarkclient_common::Free(body);
-            return ResultCode::kNetwork;
-        }
-    }
-    *responseBody = body;
-    return ResultCode::kSuccess;
-}
-
-ResultCode SendGuarded(const char* method, const char* url, const HttpHeaderPair* headers,
+ResultCode SendChecked(const char* method, const char* url, const HttpHeaderPair* headers,
                        std::uint32_t headerCount, std::shared_ptr<HttpBody> body, std::uint32_t flags,
                        const HttpTimeouts& timeouts, std::uint32_t* status, char** responseBody,
                        char** responseHeaders, const HttpBounds& bounds) {
     if (!method || !url || !status || !AreHeadersPresent(headers, headerCount) || !IsToken(method))
         return ResultCode::kInvalidParameters;
+    quillmarkclient_common::RequireUtf8(url);
     auto parsedUrl = ParseHttpUrl(url);
     if (!parsedUrl)
         return ResultCode::kInvalidParameters;
@@ -138,24 +99,11 @@ ResultCode SendGuarded(const char* method, const char* url, const HttpHeaderPair
                              flags, timeouts, bounds, responseBody != nullptr, answer);
     if (answer.status != 0)
         *status = answer.status;
-    return IsSuccess(code) ? HandOut(answer, bounds, responseBody, responseHeaders) : code;
+    if (!IsSuccess(code) || !responseBody)
+        return code;
+    const bool isHandedOut = HandOut(answer.body, &answer.head, bounds.alloc, responseBody, responseHeaders);
+    return isHandedOut ? ResultCode::kSuccess : ResultCode::kNetwork;
 }
-
-class OwnedDescriptor {
-public:
-    explicit OwnedDescriptor(int number) : number_(number) {}
-    ~OwnedDescriptor() {
-        if (number_ >= 0)
-            close(number_);
-    }
-    OwnedDescriptor(const OwnedDescriptor&) = delete;
-    OwnedDescriptor& operator=(const OwnedDescriptor&) = delete;
-
-    [[nodiscard]] int Get() const { return number_; }
-
-private:
-    int number_;
-};
 
 }  // namespace
 
@@ -163,51 +111,36 @@ std::uint32_t HttpRequest(const char* method, const char* url, const HttpHeaderP
                           std::uint32_t headerCount, const char* body, std::uint32_t flags,
                           std::uint32_t* status, char** responseBody, char** responseHeaders,
                           void*) noexcept {
-    ClearBlocks(responseBody, responseHeaders);
-    try {
-        auto source = std::make_shared<HttpMemoryBody>(body ? body : "");
-        return Number(SendHttp(method, url, headers, headerCount, std::move(source), flags, kRequestTimeouts,
-                               status, responseBody, responseHeaders));
-    } catch (...) {
-        return Number(ResultCode::kInternalError);
-    }
+    return Number(RunCall(responseBody, responseHeaders, [&] {
+        return SendHttp(method, url, headers, headerCount, std::make_shared<HttpMemoryBody>(body ? body : ""),
+                        flags, kRequestTimeouts, status, responseBody, responseHeaders);
+    }));
 }
 
 std::uint32_t HttpUploadFile(const char* method, const char* url, const HttpHeaderPair* headers,
                              std::uint32_t headerCount, const char* boundary, const char* filePath,
                              const char* fileName, std::uint32_t* status, char** responseBody) noexcept {
-    ClearBlocks(responseBody, nullptr);
-    if (!method || !url || !boundary || !filePath || !fileName || !status ||
-        !AreHeadersPresent(headers, headerCount))
-        return Number(ResultCode::kInvalidParameters);
-    try {
-        const OwnedDescriptor file(OpenRegularFile(filePath, Access::kRead, Missing::kCreate));
-        if (file.Get() < 0)
-            return Number(ResultCode::kFileOpen);
-        auto source = std::make_shared<HttpFileBody>(file.Get(), boundary, fileName);
-        return Number(SendHttp(method, url, headers, headerCount, std::move(source), 0, kUploadTimeouts,
-                               status, responseBody, nullptr));
-    } catch (...) {
-        return Number(ResultCode::kInternalError);
-    }
-}
-
-std::uint32_t HttpFree(void* block, void*) noexcept {
-    quillmarkclient_common::Free(block);
-    return Number(ResultCode::kSuccess);
+    return Number(RunCall(responseBody, nullptr, [&] {
+        if (!method || !url || !boundary || !filePath || !fileName || !status ||
+            !AreHeadersPresent(headers, headerCount))
+            return ResultCode::kInvalidParameters;
+        const FileHandle file = OpenAt(filePath, 0, Access::kRead, Missing::kCreate);
+        if (!file.IsOpen())
+            return ResultCode::kFileOpen;
+        return SendHttp(method, url, headers, headerCount,
+                        std::make_shared<HttpFileBody>(file.Get(), boundary, fileName), 0, kUploadTimeouts,
+                        status, responseBody, nullptr);
+    }));
 }
 
 ResultCode SendHttp(const char* method, const char* url, const HttpHeaderPair* headers,
                     std::uint32_t headerCount, std::shared_ptr<HttpBody> body, std::uint32_t flags,
                     const HttpTimeouts& timeouts, std::uint32_t* status, char** responseBody,
                     char** responseHeaders, const HttpBounds& bounds) noexcept {
-    ClearBlocks(responseBody, responseHeaders);
-    try {
-        return SendGuarded(method, url, headers, headerCount, std::move(body), flags, timeouts, status,
+    return RunCall(responseBody, responseHeaders, [&] {
+        return SendChecked(method, url, headers, headerCount, std::move(body), flags, timeouts, status,
                            responseBody, responseHeaders, bounds);
-    } catch (...) {
-        return ResultCode::kInternalError;
-    }
+    });
 }
 
 }  // namespace quillmarkclient_linux

@@ -6,6 +6,7 @@
 
 #include "core/src/ResultCode.h"
 #include "core/src/system/PlatformTable.h"
+#include "platform/common/HttpRequestParts.h"
 #include "platform/common/Memory.h"
 #include "platform/linux/HttpBody.h"
 
@@ -26,11 +27,14 @@
 //               frames the message by the body it sends, and a second word on its length would let server
 //               and proxy disagree about where the request ends
 //   failures    0x80000002 null argument, method that is no token, fault in the URL: before any traffic
-//               0x81000006 everything on the network, time-outs included; never 0x81000014
-//               0x80000001 exhausted memory and whatever else throws
+//               0x80000001 text that is not UTF-8, and whatever else throws, exhausted memory included
+//               0x81000006 all else: the network and its time-outs, a header that no request may carry, a
+//               block that Alloc refuses; never 0x81000014
 //   blocks      null after a failure; otherwise made with Alloc, given back with HttpFree
 namespace quillmarkclient_linux {
 
+using quillmarkclient_common::HttpFree;
+using quillmarkclient_common::kHttpNoRedirects;
 using quillmarkclient_core::HttpHeaderPair;
 
 // How long each step of an exchange may take, in milliseconds, all positive. Resolving and connecting (TCP
@@ -57,8 +61,6 @@ struct HttpBounds {
     void* (*alloc)(std::size_t) = quillmarkclient_common::Alloc;
 };
 
-inline constexpr std::uint32_t kHttpNoRedirects = 1;  // bit 0 of `flags`
-
 // The table's entries; PlatformTable.h documents them.
 std::uint32_t HttpRequest(const char* method, const char* url, const HttpHeaderPair* headers,
                           std::uint32_t headerCount, const char* body, std::uint32_t flags,
@@ -67,7 +69,6 @@ std::uint32_t HttpRequest(const char* method, const char* url, const HttpHeaderP
 std::uint32_t HttpUploadFile(const char* method, const char* url, const HttpHeaderPair* headers,
                              std::uint32_t headerCount, const char* boundary, const char* filePath,
                              const char* fileName, std::uint32_t* status, char** responseBody) noexcept;
-std::uint32_t HttpFree(void* block, void* context) noexcept;
 
 // What both stand on. `body` may be null, which is an empty body. A null `responseBody` ends the call as soon
 // as the status is known, with no header block. The status is stored once the final answer's head is there,

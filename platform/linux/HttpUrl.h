@@ -9,14 +9,13 @@ namespace quillmarkclient_linux {
 
 // A URL that passed every check and may go to libcurl, which is laxer than we are.
 struct HttpUrl {
-    std::string text;  // path and query percent-encoded as they go out
+    std::string text = {};  // path and query percent-encoded as they go out
     bool secure = false;
-    std::string host;  // lower case, an IPv6 address with its brackets
+    std::string host = {};  // lower case, an IPv6 address with its brackets
     std::uint16_t port = 0;
 };
 
-// Checks a URL as callers give it. Nothing for a scheme that isn't exactly "http" or "https", a user or
-// password, an empty or malformed host, a bad port, or a control byte anywhere.
+// Checks a URL as callers give it. Nothing for one that quillmarkclient_common::SplitHttpUrl refuses.
 //
 // In path and query, blanks, bytes from 0x80 on, `"<>\^{|}`, the back-quote and '#' are percent-encoded (they
 // have no place in a request target, RFC 3986 section 3.3); '%' is left alone, and so are dots.

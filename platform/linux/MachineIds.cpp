@@ -9,11 +9,9 @@
 #include <cctype>
 #include <filesystem>
 #include <fstream>
-#include <limits>
-#include <stdexcept>
 #include <string_view>
 
-#include "core/src/ResultCode.h"
+#include "platform/common/MachineIdCache.h"
 
 namespace quillmarkclient_linux {
 namespace {
@@ -27,10 +25,6 @@ constexpr std::string_view kNoAddress = "00:00:00:00:00:00";
 constexpr std::size_t kSystemIdDigits = 32;
 // What the file holds until the first boot has ended: machine-id(5).
 constexpr std::string_view kNoMachineIdYet = "uninitialized";
-
-constexpr std::uint32_t Number(ResultCode code) {
-    return static_cast<std::uint32_t>(code);
-}
 
 // The first line of the file without blanks around it; empty when there is none.
 std::string ReadLine(const fs::path& path) {
@@ -111,41 +105,10 @@ std::vector<std::string> ReadMachineIds(const MachineIdRoots& roots) {
     return ids;
 }
 
-void MachineIdCache::Fill() {
-    std::string block;
-    for (const auto& id : read_())
-        block.append(id.c_str(), id.size() + 1);
-    if (block.size() > std::numeric_limits<std::uint32_t>::max())
-        throw std::length_error("identifiers");
-    block_ = std::move(block);
-}
-
-std::uint32_t MachineIdCache::Get(char* buffer, std::uint32_t* size) noexcept {
-    if (!size)
-        return Number(ResultCode::kInvalidParameters);
-    try {
-        const std::lock_guard lock(mutex_);
-        if (block_.empty())
-            Fill();
-        const auto total = static_cast<std::uint32_t>(block_.size());
-        if (!buffer) {
-            *size = total;
-            return Number(ResultCode::kSuccess);
-        }
-        if (*size < total)
-            return Number(ResultCode::kBufferTooSmall);
-        std::fill_n(buffer, *size, '\0');
-        std::copy(block_.begin(), block_.end(), buffer);
-        return Number(ResultCode::kSuccess);
-    } catch (const std::exception&) {
-        return Number(ResultCode::kInternalError);
-    }
-}
-
 std::uint32_t GetMachineIds(char* buffer, std::uint32_t* size, void* /*context*/) {
     // A union's member is not destroyed with it: a thread that outlives the static objects may still ask.
     static union Forever {
-        MachineIdCache cache;
+        quillmarkclient_common::MachineIdCache cache;
         Forever() : cache([] { return ReadMachineIds({}); }) {}
         ~Forever() {}
     } forever;

@@ -1,7 +1,6 @@
 // The two reports from the host's records to the documents, which are dropped. Nothing leaves the process, so
 // this program looks at the memory that is given back.
 #include <gtest/gtest.h>
-#include <malloc.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "tests/core/client/ReportDocument.h"
+#include "tests/support/BlockSize.h"
 #include "tests/support/FlatFixture.h"
 
 namespace {
@@ -23,7 +23,7 @@ char dropped[1 << 16];
 void LookAt(const void* block) noexcept {
     if (block == nullptr)
         return;
-    const std::size_t size = malloc_usable_size(const_cast<void*>(block));
+    const std::size_t size = test::BlockSize(block);
     if (size < sizeof kMark || std::memcmp(block, kMark, sizeof kMark - 1) != 0)
         return;
     std::strncpy(dropped, static_cast<const char*>(block), sizeof dropped - 1);

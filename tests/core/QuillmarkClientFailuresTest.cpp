@@ -13,7 +13,6 @@
 
 #include "core/src/system/SystemApi.h"
 #include "portable_stl/exception.h"
-#include "tests/platform/linux/ChildProcess.h"
 #include "tests/support/AllocationFailure.h"
 #include "tests/support/HookedTable.h"
 #include "tests/support/MissingEntryCodes.h"
@@ -264,28 +263,6 @@ TEST_F(QuillmarkClientFailures, NothingThrownLeavesTheFacesAndTheLockIsFree) {
           Operation::FileDelete, Operation::GetMachineIds, Operation::HttpRequest, Operation::Alloc,
           Operation::MemSet, Operation::MemCopy, Operation::GetTime, Operation::Encrypt, Operation::Md5})
         EXPECT_EQ(thrown.count(wanted), 1u) << static_cast<std::uint32_t>(wanted) << " is reached by no call";
-}
-
-// In a child, because what is thrown on the way out of a scope would end the process.
-TEST_F(QuillmarkClientFailures, AThrowingReleaseStaysInsideToo) {
-    blocksMayBeLost = true;
-    UseTable(test::Throwing(platform.table));
-    Prepare();
-    for (const Operation operation : kReleases) {
-        for (const NativeCall& call : kNativeCalls) {
-            SCOPED_TRACE(std::string(call.name) + ", entry " +
-                         std::to_string(static_cast<std::uint32_t>(operation)));
-            EXPECT_EQ(test::InChild([&] {
-                          test::throwing = {operation, 1, [] { throw 7; }};
-                          Outs outs;
-                          static_cast<void>(call.run(Both(), outs));
-                          test::throwing = {};
-                          return client->SignIn("anna", "pw") == ResultCode::kSuccess ? "usable"
-                                                                                      : "not usable";
-                      }),
-                      "usable");
-        }
-    }
 }
 
 TEST_F(QuillmarkClientFailures, ThrowingSignOutAndStatusAreHarmless) {

@@ -2,8 +2,6 @@
 // other: a process has one Client.
 #include "facade/src/ClientPrivate.h"
 
-#include <sched.h>
-
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
 #include <functional>
@@ -45,7 +43,6 @@ private Q_SLOTS:
     void givesTheSameClientAgain();
     void isAChildWithoutSignalsAndSlots();
     void runsAtLeastTwoThreads();
-    void runsTwoThreadsOnOneCore();
     void writesNoFileByItself();
     void takesAMissingSenderAsAnEmptyResult();
     void refusesToWorkWithoutANativeClient();
@@ -111,20 +108,6 @@ void ClientPrivateTest::runsAtLeastTwoThreads() {
     const auto pools = client_->children().first()->findChildren<QThreadPool*>(Qt::FindDirectChildrenOnly);
     QCOMPARE(pools.size(), 1);
     QVERIFY(pools.first()->maxThreadCount() >= 2);
-}
-
-void ClientPrivateTest::runsTwoThreadsOnOneCore() {
-    cpu_set_t before;
-    QCOMPARE(sched_getaffinity(0, sizeof before, &before), 0);
-    cpu_set_t one;
-    CPU_ZERO(&one);
-    CPU_SET(sched_getcpu(), &one);
-    QCOMPARE(sched_setaffinity(0, sizeof one, &one), 0);
-    const int cores = QThread::idealThreadCount();
-    const ClientPrivate half(client_, ClientParams());
-    QCOMPARE(sched_setaffinity(0, sizeof before, &before), 0);
-    QCOMPARE(cores, 1);
-    QCOMPARE(half.findChild<QThreadPool*>()->maxThreadCount(), 2);
 }
 
 void ClientPrivateTest::writesNoFileByItself() {

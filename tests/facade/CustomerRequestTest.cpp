@@ -5,6 +5,7 @@
 #include <QtTest/QtTest>
 
 #include "tests/facade/HostFixture.h"
+#include "tests/support/TransportFacts.h"
 
 using namespace test_support;
 
@@ -288,7 +289,9 @@ void CustomerRequestTest::failsOnABrokenConnection() {
     fault.kind = kind;
     fault.path = kTicketPath;
     host_.service.faults().add(fault);
-    QCOMPARE(file(kPlain), kNetworkFailed);
+    // Half a record that comes through has no number that can be read; the service has filed it.
+    const bool comesThrough = kind == sandbox::FaultKind::half && !test::NoticesCutAnswers();
+    QCOMPARE(file(kPlain), comesThrough ? kUnnumbered : kNetworkFailed);
     QCOMPARE(host_.exchangesOf(kTicketPath), 1);
     QCOMPARE(file(kPlain), kFirst);
     QCOMPARE(host_.service.service().tickets().size(), std::size_t{1});

@@ -103,6 +103,9 @@ private:
     [[nodiscard]] Quillmark::Client* createClient(const Earlier& earlier, quint32 flags) const;
 };
 
+// Half of the time after which the client gives a silent service up, so that what waited for it goes on.
+inline constexpr qint64 kHungMs = 15'000;
+
 // Paths of the service.
 inline const std::string kTokensPath = "/api/customer/registry/v2/tokens";
 inline const std::string kSecondFactorPath = "/api/customer/registry/v2/2fa/totp/tokens";

@@ -4,6 +4,7 @@
 #include <QtTest/QtTest>
 
 #include "tests/facade/HostFixture.h"
+#include "tests/support/TransportFacts.h"
 
 using namespace test_support;
 
@@ -122,8 +123,11 @@ void HostileAnswersTest::failsOnABrokenConnection() {
     fault.kind = half ? sandbox::FaultKind::half : sandbox::FaultKind::cut;
     fault.path = path.toStdString();
     host_.service.faults().add(fault);
-    QCOMPARE(host_.signIn("plain"),
-             QString("signInFailed anna.plain@example.test 0x80000006 Problems sending network requests"));
+    // Half a body that comes through is no JSON.
+    const QString expected = half && !test::NoticesCutAnswers()
+                                 ? "0x82000004 Registry back compatibility is broken"
+                                 : "0x80000006 Problems sending network requests";
+    QCOMPARE(host_.signIn("plain"), "signInFailed anna.plain@example.test " + expected);
     QVERIFY(!host_.client->getIsSignedIn());
     QCOMPARE(host_.signIn("plain"), QString("signInSucceeded anna.plain@example.test"));
 }

@@ -8,39 +8,11 @@
 #include <optional>
 
 #include "tests/facade/HostFixture.h"
+#include "tests/facade/HostileTexts.h"
 #include "tests/facade/LogCapture.h"
 
 using Quillmark::SignIn::ContextType;
 using namespace test_support;
-
-namespace {
-
-constexpr int kLarge = 16 << 20;
-const QUuid kRequestId("{5f0c6a2e-1111-4222-8333-944455556666}");
-
-struct Text {
-    const char* name;
-    QString text;
-};
-
-QList<Text> hostileTexts() {
-    return {
-        {"null", QString()},
-        {"empty", QString("")},
-        {"a zero inside", QString("an") + QChar(0) + "na"},
-        {"a zero alone", QString(QChar(0))},
-        {"a high surrogate alone", QString("a") + QChar(0xD800)},
-        {"a low surrogate alone", QChar(0xDC00) + QString("a")},
-        {"surrogates the wrong way round", QString(QChar(0xDC00)) + QChar(0xD800)},
-        {"no characters", QString(QChar(0xFFFF)) + QChar(0xFFFE)},
-        {"quotes and escapes", QString("\"\\/\b\f\n\r\t'%1 %s %n\x7f")},
-        {"beyond the first plane", QString::fromUtf8("𝔸𐍈")},
-        {"16 MB", QString(kLarge, 'x')},
-        {"16 MB of escapes", QString(kLarge, QChar(1))},
-    };
-}
-
-}  // namespace
 
 class HostileArgumentsTest : public QObject {
     Q_OBJECT
@@ -50,10 +22,6 @@ private Q_SLOTS:
     void cleanup() { log_.reset(); }
     void answersEachCallOnce_data();
     void answersEachCallOnce();
-    void answersAnUpdateCheckOnce_data();
-    void answersAnUpdateCheckOnce();
-    void answersACustomerRequestOnce_data();
-    void answersACustomerRequestOnce();
     void takesAnyNumberForAContext();
     void survivesAnyPath_data() { textRows(); }
     void survivesAnyPath();
@@ -74,7 +42,7 @@ void HostileArgumentsTest::init() {
 
 void HostileArgumentsTest::textRows() {
     QTest::addColumn<QString>("text");
-    for (const Text& row : hostileTexts())
+    for (const HostileText& row : hostileTexts())
         QTest::newRow(row.name) << row.text;
 }
 
@@ -116,7 +84,7 @@ void HostileArgumentsTest::answersEachCallOnce_data() {
          [](auto& client, const auto& text) { client.startOAuthSignIn("code", text); }},
     };
     for (const auto& call : calls)
-        for (const Text& row : hostileTexts())
+        for (const HostileText& row : hostileTexts())
             QTest::addRow("%s: %s", call.name, row.name) << call.call << row.text << call.isLogin;
 }
 
@@ -131,94 +99,6 @@ void HostileArgumentsTest::answersEachCallOnce() {
     QVERIFY2(line.startsWith("signInFailed " + login + " 0x8"), qPrintable(line.left(200)));
     QVERIFY2(!line.contains(", signIn"), qPrintable(line.right(200)));  // one signal
     QVERIFY(!host_.client->getIsSignedIn());
-}
-
-void HostileArgumentsTest::answersAnUpdateCheckOnce_data() {
-    using Call = std::function<void(Quillmark::Client&, const QString& text)>;
-    QTest::addColumn<Call>("call");
-    QTest::addColumn<QString>("text");
-    const struct {
-        const char* name;
-        Call call;
-    } calls[] = {
-        {"feed",
-         [](auto& client, const auto& text) {
-             client.startCheckForUpdates(text, "Home", "9.0");
-             (void)client.getLinuxREDownloadUrl(text, "Home", "9.0");
-         }},
-        {"variant",
-         [](auto& client, const auto& text) {
-             client.startCheckForUpdates("Harbour", text, "9.0");
-             (void)client.getLinuxREDownloadUrl("Harbour", text, "9.0");
-         }},
-        {"version, a number in front",
-         [](auto& client, const auto& text) {
-             client.startCheckForUpdates("Harbour", "Home", "9." + text);
-             (void)client.getLinuxREDownloadUrl("Harbour", "Home", "9." + text);
-         }},
-    };
-    for (const auto& call : calls)
-        for (const Text& row : hostileTexts())
-            QTest::addRow("%s: %s", call.name, row.name) << call.call << row.text;
-}
-
-// Each of them finds nothing: there is no such feed, or nothing newer in it.
-void HostileArgumentsTest::answersAnUpdateCheckOnce() {
-    using Call = std::function<void(Quillmark::Client&, const QString& text)>;
-    QFETCH(Call, call);
-    QFETCH(QString, text);
-    const QString line = host_.answerTo([&] { call(*host_.client, text); });
-    QVERIFY2(line.startsWith("checkForUpdateFailed 0x8") && !line.contains(", "), qPrintable(line.left(200)));
-}
-
-void HostileArgumentsTest::answersACustomerRequestOnce_data() {
-    using Call = std::function<void(Quillmark::Client&, const QString& text)>;
-    QTest::addColumn<Call>("call");
-    QTest::addColumn<QString>("text");
-    const struct {
-        const char* name;
-        Call call;
-    } calls[] = {
-        {"e-mail address",
-         [](auto& client, const auto& text) {
-             client.startCreateCustomerRequest(kRequestId, text, "t", "d", {});
-         }},
-        {"title",
-         [](auto& client, const auto& text) {
-             client.startCreateCustomerRequest(kRequestId, "e", text, "d", {});
-         }},
-        {"description",
-         [](auto& client, const auto& text) {
-             client.startCreateCustomerRequest(kRequestId, "e", "t", text, {});
-         }},
-        {"key of a parameter",
-         [](auto& client, const auto& text) {
-             client.startCreateCustomerRequest(kRequestId, "e", "t", "d", {{text, "1"}});
-         }},
-        {"value of a parameter",
-         [](auto& client, const auto& text) {
-             client.startCreateCustomerRequest(kRequestId, "e", "t", "d", {{"a", text}});
-         }},
-    };
-    for (const auto& call : calls)
-        for (const Text& row : hostileTexts())
-            QTest::addRow("%s: %s", call.name, row.name) << call.call << row.text;
-}
-
-// A text may be refused, by the library when it is empty or by the service when it is no JSON, or be filed.
-void HostileArgumentsTest::answersACustomerRequestOnce() {
-    using Call = std::function<void(Quillmark::Client&, const QString& text)>;
-    QFETCH(Call, call);
-    QFETCH(QString, text);
-    const QString line = host_.answerTo([&] { call(*host_.client, text); });
-    const QString id = "{5f0c6a2e-1111-4222-8333-944455556666}";
-    QVERIFY2(line == "customerRequestCreated " + id + " T-500001" ||
-                 line.startsWith("createCustomerRequestFailed " + id + " 0x8"),
-             qPrintable(line.left(200)));
-    QVERIFY2(!line.contains(", "), qPrintable(line.right(200)));
-    const QString second =
-        host_.answerTo([this] { host_.client->startCreateCustomerRequest(kRequestId, "a", "b", "c", {}); });
-    QVERIFY2(second.startsWith("customerRequestCreated " + id + " T-50000"), qPrintable(second));
 }
 
 void HostileArgumentsTest::takesAnyNumberForAContext() {

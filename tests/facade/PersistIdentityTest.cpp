@@ -95,9 +95,10 @@ void PersistIdentityTest::writesTheSecret() {
 
 void PersistIdentityTest::takesAnyPath_data() {
     QTest::addColumn<QString>("name");
-    for (const char* name :
-         {"%1", "%1 %2 100%.json", "with blanks .json", "Söhne 箱.json", "back\\slash.json"})
+    for (const char* name : {"%1", "%1 %2 100%.json", "with blanks .json", "Söhne 箱.json"})
         QTest::newRow(name) << QString::fromUtf8(name);
+    if (QDir::separator() == u'/')  // elsewhere it leads into a folder
+        QTest::newRow("a backslash") << "back\\slash.json";
 }
 
 void PersistIdentityTest::takesAnyPath() {

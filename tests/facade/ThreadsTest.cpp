@@ -1,8 +1,6 @@
 // Which thread hears what, and which call waits for which.
 #include <Quillmark/Client.h>
 
-#include <unistd.h>
-
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QMutex>
 #include <QtCore/QThread>
@@ -16,16 +14,12 @@
 
 #include "tests/facade/HostFixture.h"
 #include "tests/facade/OtherThread.h"
-#include "tests/support/SleepingThread.h"
 
 using Quillmark::Client;
 using Quillmark::SignIn::ContextType;
 using namespace test_support;
 
 namespace {
-
-// Half of the time after which the client gives a silent service up, so that what waited for it goes on.
-constexpr qint64 kHungMs = 15'000;
 
 // The threads on which a Client emits, once for each signal.
 class ThreadOfSignals {
@@ -83,8 +77,6 @@ private Q_SLOTS:
     void readersSeeNoEmptyTokenDuringARenewal();
     void signsOutOnTheCallersThread();
     void signsOutOnAThreadWithoutALoop();
-    void signOutDoesNotHoldUpReaders();
-    void renewalHoldsUpReaders();
     void callsThatAskTheCoreWait_data();
     void callsThatAskTheCoreWait();
     void startsReturnAtOnce();
@@ -250,66 +242,6 @@ void ThreadsTest::signsOutOnAThreadWithoutALoop() {
     host_.recorder.lines.clear();
     QCoreApplication::processEvents();
     QCOMPARE(host_.recorder.lines, QStringList{"signedOut"});  // a receiver of this thread hears it here
-}
-
-// Only the core's mutex is held while a sign-out waits for a task, so a reader of the cache goes on.
-void ThreadsTest::signOutDoesNotHoldUpReaders() {
-    QCOMPARE(host_.signIn("plain"), QString("signInSucceeded anna.plain@example.test"));
-    const QByteArray token = host_.client->getAccessTokenBytes();
-    QSignalSpy recorded(&host_.recorder, &SignalRecorder::recorded);
-    host_.recorder.lines.clear();
-    host_.hold(kUsersPath);
-    host_.client->startGetUserInfo();
-    host_.waitForRequest();
-    std::atomic<pid_t> signingOut = 0;
-    std::atomic<bool> isOut = false;
-    std::thread caller([&] {
-        signingOut = gettid();
-        host_.client->signOut();
-        isOut = true;
-    });
-    const bool waits = test::FallsAsleep(signingOut);
-    QElapsedTimer reading;
-    reading.start();
-    const QByteArray read = host_.client->getAccessTokenBytes();
-    const qint64 readingMs = reading.elapsed();
-    const bool wasOut = isOut;
-    host_.release();
-    caller.join();
-    QVERIFY(waits);
-    QVERIFY(!wasOut);  // the task was at the network still, and the sign-out behind it
-    QVERIFY(readingMs < kHungMs);
-    QCOMPARE(read, token);
-    QCOMPARE(host_.client->getAccessTokenBytes(), QByteArray());
-    while (recorded.size() < 2)
-        QVERIFY(recorded.wait(60'000));
-    host_.recorder.lines.sort();
-    QCOMPARE(host_.recorder.lines,
-             (QStringList{"fetchUserInfoFailed 0x80000006 Problems sending network requests", "signedOut"}));
-}
-
-// While a renewal is at the network a reader of the cache waits, and then finds what came of it.
-void ThreadsTest::renewalHoldsUpReaders() {
-    QCOMPARE(host_.signIn("plain"), QString("signInSucceeded anna.plain@example.test"));
-    host_.hold(kIdentityPath);
-    std::thread renewal([this] { (void)host_.client->refreshAccessToken(false); });
-    host_.waitForRequest();
-    std::atomic<pid_t> reading = 0;
-    std::atomic<bool> hasRead = false;
-    QByteArray read("unread");
-    std::thread reader([&] {
-        reading = gettid();
-        read = host_.client->getAccessTokenBytes();
-        hasRead = true;
-    });
-    const bool waits = test::FallsAsleep(reading);
-    const bool hadRead = hasRead;
-    host_.release();
-    renewal.join();
-    reader.join();
-    QVERIFY(waits);
-    QVERIFY(!hadRead);
-    QCOMPARE(read, QByteArray());  // the renewal failed
 }
 
 // What asks the core waits, on any thread.

@@ -10,15 +10,16 @@ from the libraries; what changes in them is what hosts have to be told.
 
 import os
 import re
-import subprocess
 import sys
 import tempfile
 import unittest
 
+from exported_names import list_path, output_of, read_list, run, write_list
+
 SOURCE, CLIENT_LIBRARY, CORE_LIBRARY = sys.argv[1:4]
 LISTS = {
-    CLIENT_LIBRARY: os.path.join(SOURCE, "tests", "products", "exports", "quillmarkclient.txt"),
-    CORE_LIBRARY: os.path.join(SOURCE, "tests", "products", "exports", "quillmarkcore.txt"),
+    CLIENT_LIBRARY: list_path(SOURCE, "quillmarkclient"),
+    CORE_LIBRARY: list_path(SOURCE, "quillmarkcore"),
 }
 
 # A mangled name whose entity is the standard library's: behind the marks of tables, type descriptions, local and
@@ -28,15 +29,9 @@ STANDARD = re.compile(r"_Z(T[VIST]|GV)?(Do|[FKNOPRVZ])*(St|S[abdios]|9__gnu_cxx)
 WEAK = "VWu"
 
 
-def run(*command):
-    return subprocess.run(command, capture_output=True, text=True, check=False)
-
-
 def symbols(library, *options):
-    done = run("nm", "-D", "-p", "--defined-only", *options, library)
-    if done.returncode != 0:
-        raise RuntimeError(done.stderr)
-    return [line.split(" ", 2)[1:] for line in done.stdout.splitlines()]
+    lines = output_of("nm", "-D", "-p", "--defined-only", *options, library).splitlines()
+    return [line.split(" ", 2)[1:] for line in lines]
 
 
 def is_standard(kind, mangled):
@@ -49,17 +44,9 @@ def exported(library):
     return sorted({name for (kind, mangled), (_, name) in pairs if not is_standard(kind, mangled)})
 
 
-def read_list(path):
-    with open(path, encoding="utf-8") as file:
-        return file.read().splitlines()
-
-
 def update():
     for library, path in LISTS.items():
-        os.makedirs(os.path.dirname(path), exist_ok=True)
-        with open(path, "w", encoding="utf-8") as file:
-            file.writelines(name + "\n" for name in exported(library))
-        print(f"wrote {path}")
+        write_list(path, exported(library))
 
 
 def without_marks(name):

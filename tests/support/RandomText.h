@@ -1,4 +1,4 @@
-// Texts that nobody would write.
+// Texts and bytes that nobody would write.
 #pragma once
 
 #include <cstddef>
@@ -13,6 +13,15 @@ inline std::string RandomText(std::mt19937& random, const std::string& bytes, st
     for (char& character : text)
         character = bytes[random() % bytes.size()];
     return text;
+}
+
+/// The same for the same seed.
+inline std::string RandomBytes(std::size_t size, unsigned seed) {
+    std::mt19937 random(seed);
+    std::string bytes;
+    while (bytes.size() < size)
+        bytes += static_cast<char>(random() & 0xFF);
+    return bytes;
 }
 
 inline std::string EveryByte() {

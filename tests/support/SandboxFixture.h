@@ -18,18 +18,16 @@
 // Everything may be used from any thread, the clock too.
 #pragma once
 
-#include <stdlib.h>
-
 #include <atomic>
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TransportFacts.h"
 #include "tools/sandbox/AccountService.h"
 #include "tools/sandbox/SandboxServer.h"
 
@@ -39,35 +37,38 @@ enum class Scheme { http, https };
 
 class SandboxFixture {
 public:
+    // With an authority of the test's own, which must outlive it, or one that is made for it.
     explicit SandboxFixture(Scheme scheme = Scheme::http,
-                            sandbox::CertificateFlaw flaw = sandbox::CertificateFlaw::none)
-        : SandboxFixture(sandbox::readSeedFile(sandbox::defaultSeedFile()), scheme, flaw) {}
+                            sandbox::CertificateFlaw flaw = sandbox::CertificateFlaw::none,
+                            const sandbox::TestAuthority* authority = nullptr)
+        : SandboxFixture(sandbox::readSeedFile(sandbox::defaultSeedFile()), scheme, flaw, authority) {}
 
     // With other accounts or rules than those of the seed file.
     explicit SandboxFixture(sandbox::Seed seed, Scheme scheme = Scheme::http,
-                            sandbox::CertificateFlaw flaw = sandbox::CertificateFlaw::none)
+                            sandbox::CertificateFlaw flaw = sandbox::CertificateFlaw::none,
+                            const sandbox::TestAuthority* authority = nullptr)
         : now_(sandbox::systemClock()),
           service_(std::move(seed), [this] { return now_.load(); }),
-          server_(service_, {scheme == Scheme::https, 0, flaw}),
-          folder_(makeFolder()) {
+          server_(service_, {scheme == Scheme::https, 0, flaw, authority}),
+          scheme_(scheme) {
         server_.start();
         if (scheme == Scheme::https)
-            std::ofstream(caFile(), std::ios::binary) << server_.authorityPem();
+            test::WriteWhole(caFile(), server_.authorityPem());
     }
 
-    ~SandboxFixture() {
-        server_.stop();
-        std::error_code ignored;  // a folder that stays behind harms no test
-        std::filesystem::remove_all(folder_, ignored);
-    }
+    ~SandboxFixture() { server_.stop(); }
 
     SandboxFixture(const SandboxFixture&) = delete;
     SandboxFixture& operator=(const SandboxFixture&) = delete;
 
-    // Without a slash at the end.
-    [[nodiscard]] std::string baseUrl() const { return server_.baseUrl(); }
+    // Without a slash at the end. Over HTTPS with a host that this system's transport finds in a certificate.
+    [[nodiscard]] std::string baseUrl() const {
+        if (scheme_ == Scheme::http)
+            return server_.baseUrl();
+        return std::string("https://") + test::CertifiedLoopback() + ":" + std::to_string(server_.port());
+    }
     // PEM of the authority to trust, a file that exists with Scheme::https alone.
-    [[nodiscard]] std::string caFile() const { return (folder_ / "ca.pem").string(); }
+    [[nodiscard]] std::string caFile() const { return folder_.PathOf("ca.pem"); }
 
     [[nodiscard]] sandbox::AccountService& service() { return service_; }
     [[nodiscard]] sandbox::Faults& faults() { return server_.faults(); }
@@ -120,17 +121,11 @@ public:
     void stop() { server_.stop(); }
 
 private:
-    static std::filesystem::path makeFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "sandbox-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr)
-            throw std::runtime_error("no temporary folder can be made");
-        return pattern;
-    }
-
     std::atomic<std::int64_t> now_;
     sandbox::AccountService service_;
     sandbox::SandboxServer server_;
-    std::filesystem::path folder_;
+    Scheme scheme_;
+    test::TemporaryFolder folder_;
 };
 
 }  // namespace test_support

@@ -8,6 +8,9 @@
 
 namespace test {
 
+// Null takes the variable out.
+void SetVariable(const char* name, const char* value);
+
 // Sets a variable of the environment, or takes it out (null), until the scope ends.
 class ScopedVariable {
 public:
@@ -21,12 +24,7 @@ public:
     ScopedVariable& operator=(const ScopedVariable&) = delete;
 
 private:
-    void Set(const char* value) const {
-        if (value)
-            setenv(name_.c_str(), value, 1);
-        else
-            unsetenv(name_.c_str());
-    }
+    void Set(const char* value) const { SetVariable(name_.c_str(), value); }
 
     std::string name_;
     std::optional<std::string> former_;

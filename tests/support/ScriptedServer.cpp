@@ -1,24 +1,22 @@
 #include "tests/support/ScriptedServer.h"
 
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <csignal>
 #include <cstdlib>
 #include <optional>
 #include <stdexcept>
 
+#include "tests/support/TransportFacts.h"
+
 namespace test {
 namespace {
+
+using sockets::Socket;
 
 constexpr auto kPatience = std::chrono::seconds(10);
 constexpr std::string_view kHeadEnd = "\r\n\r\n";
@@ -33,22 +31,6 @@ bool EqualsIgnoringCase(std::string_view left, std::string_view right) {
     return std::equal(left.begin(), left.end(), right.begin(), right.end(), [](char a, char b) {
         return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
     });
-}
-
-sockaddr_in Loopback(std::uint16_t port) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return address;
-}
-
-// A client that hangs up must not end the test program.
-void BlockSigpipe() {
-    sigset_t sigpipe{};
-    sigemptyset(&sigpipe);
-    sigaddset(&sigpipe, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &sigpipe, nullptr);
 }
 
 std::string_view TakeUntil(std::string_view& text, std::string_view mark) {
@@ -105,6 +87,8 @@ Answer Answer::Of(int status, const HeaderPairs& headers, std::string_view body)
     answer.bytes = "HTTP/1.1 " + std::to_string(status) + " Scripted\r\n";
     for (const auto& [name, value] : headers)
         answer.bytes.append(name).append(": ").append(value).append(kLineEnd);
+    if (PoolsConnections())
+        answer.bytes += "Connection: close\r\n";
     answer.bytes += "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n";
     answer.bytes.append(body);
     return answer;
@@ -120,29 +104,39 @@ Answer Answer::Behind(std::shared_ptr<Gate> door) && {
     return std::move(*this);
 }
 
+bool HasLoopback(sockets::Loopback loopback) {
+    std::uint16_t port = 0;
+    const Socket listener = sockets::Listen(port, 0, loopback);
+    if (listener != sockets::kNone)
+        sockets::Close(listener);
+    return listener != sockets::kNone;
+}
+
 // One accepted socket, with TLS on it or not.
 class ScriptedServer::Connection {
 public:
-    Connection(int descriptor, SSL_CTX* context) : descriptor_(descriptor), ssl_(nullptr, SSL_free) {
+    Connection(Socket socket, SSL_CTX* context, const sockets::StopSignal& stop)
+        : socket_(socket), stop_(stop), ssl_(nullptr, SSL_free) {
         // As real servers do, or an answer behind TLS session tickets waits 40 ms for their acknowledgement.
-        const int yes = 1;
-        setsockopt(descriptor_, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
+        sockets::SetNoDelay(socket_);
         if (!context)
             return;
         ssl_.reset(SSL_new(context));
-        SSL_set_fd(ssl_.get(), descriptor_);
+        SSL_set_fd(ssl_.get(), static_cast<int>(socket_));
         isOpen_ = SSL_accept(ssl_.get()) == 1;
         ERR_clear_error();
     }
 
     [[nodiscard]] bool IsOpen() const { return isOpen_; }
-    [[nodiscard]] int Descriptor() const { return descriptor_; }
+    [[nodiscard]] Socket GetSocket() const { return socket_; }
 
     // Appends what arrives to the pending bytes. False when nothing more will.
     bool Receive() {
+        if (!WaitForBytes())
+            return false;
         std::array<char, 16384> piece{};
         const auto count = ssl_ ? SSL_read(ssl_.get(), piece.data(), static_cast<int>(piece.size()))
-                                : recv(descriptor_, piece.data(), piece.size(), 0);
+                                : sockets::Receive(socket_, piece.data(), piece.size());
         if (count <= 0)
             return false;
         pending_.append(piece.data(), static_cast<std::size_t>(count));
@@ -152,7 +146,7 @@ public:
     bool Send(std::string_view bytes) {
         while (!bytes.empty()) {
             const auto count = ssl_ ? SSL_write(ssl_.get(), bytes.data(), static_cast<int>(bytes.size()))
-                                    : send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+                                    : sockets::Send(socket_, bytes);
             if (count <= 0)
                 return false;
             bytes.remove_prefix(static_cast<std::size_t>(count));
@@ -188,17 +182,22 @@ public:
     void CloseInOrder() {
         if (ssl_)
             SSL_shutdown(ssl_.get());
-        shutdown(descriptor_, SHUT_WR);
+        sockets::End(socket_, sockets::Direction::kSending);
     }
 
-    // The close that follows sends a reset.
-    void PrepareReset() const {
-        const linger abort{1, 0};
-        setsockopt(descriptor_, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
-    }
+    void PrepareReset() const { sockets::SetResetOnClose(socket_); }
 
 private:
-    int descriptor_;
+    // Not every system wakes a thread that reads when another ends the connection.
+    bool WaitForBytes() {
+        if (ssl_ && SSL_has_pending(ssl_.get()) == 1)
+            return true;
+        std::array<sockets::Wanted, 2> wanted{sockets::Wanted{socket_}, sockets::Wanted{stop_.GetSocket()}};
+        return sockets::Wait(wanted.data(), wanted.size(), -1) && !wanted[1].isReady;
+    }
+
+    Socket socket_;
+    const sockets::StopSignal& stop_;
     std::unique_ptr<SSL, void (*)(SSL*)> ssl_;
     bool isOpen_ = true;
     std::string pending_;
@@ -224,15 +223,21 @@ ScriptedServer::~ScriptedServer() {
         changed_.notify_all();
         for (const auto& gate : gates_)
             gate->Open();
-        for (const int descriptor : descriptors_)
-            shutdown(descriptor, SHUT_RDWR);
+        stop_.Raise();
+        for (const Socket socket : sockets_)
+            sockets::End(socket, sockets::Direction::kBoth);
     }
-    shutdown(listener_, SHUT_RDWR);  // wakes accept
+    // Either wakes the acceptor, which finds that it is over: the first on some systems, the second on the
+    // others.
+    sockets::End(listener_, sockets::Direction::kBoth);
+    const Socket last = sockets::Connect(port_, options_.loopback);
     acceptor_.join();
+    if (last != sockets::kNone)
+        sockets::Close(last);
     workers.swap(workers_);  // the acceptor was the only one to add
     for (auto& worker : workers)
         worker.join();
-    close(listener_);
+    sockets::Close(listener_);
 }
 
 void ScriptedServer::MakeTlsContext() {
@@ -255,51 +260,42 @@ void ScriptedServer::MakeTlsContext() {
 }
 
 void ScriptedServer::Listen() {
-    listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    Require(listener_ >= 0, "make a socket");
-    if (options_.receiveBufferBytes > 0)
-        setsockopt(listener_, SOL_SOCKET, SO_RCVBUF, &options_.receiveBufferBytes, sizeof(int));
-    sockaddr_in address = Loopback(0);
-    socklen_t size = sizeof address;
-    auto* generic = reinterpret_cast<sockaddr*>(&address);
-    Require(bind(listener_, generic, size) == 0 && listen(listener_, SOMAXCONN) == 0 &&
-                getsockname(listener_, generic, &size) == 0,
-            "listen on loopback");
-    port_ = ntohs(address.sin_port);
+    listener_ = sockets::Listen(port_, options_.receiveBufferBytes, options_.loopback);
+    Require(listener_ != sockets::kNone, "listen on loopback");
 }
 
 void ScriptedServer::AcceptAll() {
-    BlockSigpipe();
+    sockets::BlockSigpipe();
     for (;;) {
-        const int descriptor = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+        const Socket socket = sockets::Accept(listener_);
         const std::lock_guard lock(mutex_);
         if (isStopping_) {
-            if (descriptor >= 0)
-                close(descriptor);
+            if (socket != sockets::kNone)
+                sockets::Close(socket);
             return;
         }
-        if (descriptor < 0)
+        if (socket == sockets::kNone)
             continue;
-        descriptors_.push_back(descriptor);
+        sockets_.push_back(socket);
         const int number = ++connectionCount_;
         changed_.notify_all();
-        workers_.emplace_back([this, descriptor, number] { Serve(descriptor, number); });
+        workers_.emplace_back([this, socket, number] { Serve(socket, number); });
     }
 }
 
-void ScriptedServer::Serve(int descriptor, int number) {
-    BlockSigpipe();
+void ScriptedServer::Serve(Socket socket, int number) {
+    sockets::BlockSigpipe();  // a client that hangs up must not end the test program
     if (options_.reading == ServerOptions::Reading::kNothing) {
         std::unique_lock lock(mutex_);
         changed_.wait(lock, [this] { return isStopping_; });
     } else {
-        Connection connection(descriptor, context_.get());
+        Connection connection(socket, context_.get(), stop_);
         if (connection.IsOpen())
             ServeRequests(connection, number);
     }
     const std::lock_guard lock(mutex_);
-    std::erase(descriptors_, descriptor);
-    close(descriptor);
+    std::erase(sockets_, socket);
+    sockets::Close(socket);
 }
 
 void ScriptedServer::ServeRequests(Connection& connection, int number) {
@@ -336,7 +332,7 @@ bool ScriptedServer::PlayAnswer(Connection& connection, const Answer& answer, co
             connection.WaitForEnd();
             break;
         case Answer::Ending::kTunnel:
-            Tunnel(connection.Descriptor(), request.target);
+            Tunnel(connection.GetSocket(), request.target);
             break;
     }
     return false;
@@ -367,23 +363,24 @@ Answer ScriptedServer::RecordAndAnswer(const WireRequest& request) {
 }
 
 // Carries bytes both ways until either side ends.
-void ScriptedServer::Tunnel(int client, const std::string& target) {
+void ScriptedServer::Tunnel(Socket client, const std::string& target) {
     const auto port = static_cast<std::uint16_t>(std::atoi(target.c_str() + target.rfind(':') + 1));
-    const int upstream = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const sockaddr_in address = Loopback(port);
-    bool isOpen = connect(upstream, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    std::array<pollfd, 2> ends{pollfd{client, POLLIN, 0}, pollfd{upstream, POLLIN, 0}};
+    const Socket upstream = sockets::Connect(port);
+    if (upstream == sockets::kNone)
+        return;
+    bool isOpen = true;
+    std::array<sockets::Wanted, 2> ends{sockets::Wanted{client}, sockets::Wanted{upstream}};
     std::array<char, 16384> piece{};
-    while (isOpen && poll(ends.data(), ends.size(), -1) > 0) {
+    while (isOpen && sockets::Wait(ends.data(), ends.size(), -1)) {
         for (std::size_t i = 0; i < ends.size() && isOpen; ++i) {
-            if (ends[i].revents == 0)
+            if (!ends[i].isReady)
                 continue;
-            const auto count = recv(ends[i].fd, piece.data(), piece.size(), 0);
-            isOpen = count > 0 && send(ends[1 - i].fd, piece.data(), static_cast<std::size_t>(count),
-                                       MSG_NOSIGNAL) == count;
+            const auto count = sockets::Receive(ends[i].socket, piece.data(), piece.size());
+            isOpen = count > 0 && sockets::Send(ends[1 - i].socket,
+                                                {piece.data(), static_cast<std::size_t>(count)}) == count;
         }
     }
-    close(upstream);
+    sockets::Close(upstream);
 }
 
 bool ScriptedServer::PauseUnlessStopping(std::chrono::milliseconds pause) {

@@ -27,6 +27,9 @@
 #include <utility>
 #include <vector>
 
+#include "tools/sockets/Socket.h"
+#include "tools/sockets/StopSignal.h"
+
 namespace test {
 
 using HeaderPairs = std::vector<std::pair<std::string, std::string>>;
@@ -73,7 +76,8 @@ struct Answer {
     std::chrono::milliseconds dripInterval{0};  // above 0: one byte, then a pause, and so on
     std::shared_ptr<Gate> gate = nullptr;       // the answer waits for it
 
-    // A whole answer with its Content-Length.
+    // A whole answer with its Content-Length, and the announcement of a close where the transport pools
+    // connections.
     static Answer Of(int status, const HeaderPairs& headers = {}, std::string_view body = {});
     static Answer Raw(std::string bytes, Ending ending = Ending::kClose) {
         return {.bytes = std::move(bytes), .ending = ending};
@@ -102,7 +106,11 @@ struct ServerOptions {
     int maxTlsVersion = 0;
     Reading reading = Reading::kWhole;
     int receiveBufferBytes = 0;  // of the sockets; 0 leaves the system's
+    sockets::Loopback loopback = sockets::Loopback::kIpv4;
 };
+
+// Not every machine has IPv6.
+[[nodiscard]] bool HasLoopback(sockets::Loopback loopback);
 
 class ScriptedServer {
 public:
@@ -117,7 +125,8 @@ public:
     void SetDefault(DefaultAnswer answer);
 
     [[nodiscard]] std::uint16_t Port() const { return port_; }
-    // "http://127.0.0.1:<port>" or, with TLS, "https://localhost:<port>", and `path` behind it.
+    // "http://127.0.0.1:<port>" or, with TLS, "https://localhost:<port>", and `path` behind it. Not of an
+    // IPv6 address, which can be written in many ways.
     [[nodiscard]] std::string Url(std::string_view path = {}) const;
 
     [[nodiscard]] std::vector<WireRequest> Requests() const;
@@ -135,18 +144,20 @@ private:
     void MakeTlsContext();
     void Listen();
     void AcceptAll();
-    void Serve(int descriptor, int number);
+    void Serve(sockets::Socket socket, int number);
     void ServeRequests(Connection& connection, int number);
     // Whether the connection goes on.
     [[nodiscard]] bool PlayAnswer(Connection& connection, const Answer& answer, const WireRequest& request);
     [[nodiscard]] Answer RecordAndAnswer(const WireRequest& request);
-    void Tunnel(int client, const std::string& target);
+    void Tunnel(sockets::Socket client, const std::string& target);
     bool PauseUnlessStopping(std::chrono::milliseconds pause);
 
     const ServerOptions options_;
     std::unique_ptr<SSL_CTX, ContextDeleter> context_;
-    int listener_ = -1;
+    sockets::Socket listener_ = sockets::kNone;
     std::uint16_t port_ = 0;
+
+    sockets::StopSignal stop_;
 
     mutable std::mutex mutex_;  // guards all below
     std::condition_variable changed_;
@@ -154,7 +165,7 @@ private:
     DefaultAnswer default_;
     std::vector<WireRequest> requests_;
     std::vector<std::shared_ptr<Gate>> gates_;
-    std::vector<int> descriptors_;  // open ones, to be shut down at the end
+    std::vector<sockets::Socket> sockets_;  // open ones, to be shut down at the end
     std::vector<std::thread> workers_;
     int connectionCount_ = 0;
     bool isStopping_ = false;

@@ -1,15 +1,10 @@
 #include "tools/sandbox/Connection.h"
 
-#include <fcntl.h>
 #include <openssl/err.h>
 #include <openssl/ssl.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <climits>
 #include <string_view>
 
@@ -23,11 +18,6 @@ constexpr int kDrainLimitMs = 500;       // for the peer's own end of the connec
 constexpr std::size_t kHeadLimit = std::size_t{64} * 1024;
 constexpr std::size_t kPieceBytes = 4096;
 constexpr std::string_view kHeadEnd = "\r\n\r\n";
-
-void prepare(int socket) {
-    fcntl(socket, F_SETFL, fcntl(socket, F_GETFL) | O_NONBLOCK);
-    fcntl(socket, F_SETFD, FD_CLOEXEC);
-}
 
 bool namesBody(std::string_view line) {
     const std::string_view name = line.substr(0, line.find(':'));
@@ -51,9 +41,9 @@ int cutToInt(std::size_t size) {
 
 }  // namespace
 
-Connection::Connection(int socket, SSL_CTX* tls, int stopSignal)
-    : socket_(socket), stopSignal_(stopSignal), tlsWanted_(tls != nullptr) {
-    prepare(socket_);
+Connection::Connection(sockets::Socket socket, SSL_CTX* tls, const sockets::StopSignal& stop)
+    : socket_(socket), stop_(stop), tlsWanted_(tls != nullptr) {
+    sockets::SetNonBlocking(socket_);
     if (tlsWanted_)
         tls_ = SSL_new(tls);
 }
@@ -61,11 +51,11 @@ Connection::Connection(int socket, SSL_CTX* tls, int stopSignal)
 Connection::~Connection() {
     if (tls_ != nullptr && !cut_ && !abrupt_ && SSL_is_init_finished(tls_))
         SSL_shutdown(tls_);
-    shutdown(socket_, cut_ ? SHUT_RDWR : SHUT_WR);
+    sockets::End(socket_, cut_ ? sockets::Direction::kBoth : sockets::Direction::kSending);
     if (!cut_)
         drain();
     SSL_free(tls_);
-    close(socket_);
+    sockets::Close(socket_);
     ERR_clear_error();
 }
 
@@ -74,7 +64,7 @@ bool Connection::open() {
 }
 
 bool Connection::shakeHands() {
-    if (tls_ == nullptr || SSL_set_fd(tls_, socket_) != 1)
+    if (tls_ == nullptr || SSL_set_fd(tls_, static_cast<int>(socket_)) != 1)
         return false;
     for (;;) {
         const int result = SSL_accept(tls_);
@@ -91,7 +81,7 @@ bool Connection::readHead() {
     std::array<char, kPieceBytes> piece;
     std::size_t end = head_.npos;
     while (end == head_.npos && head_.size() < kHeadLimit) {
-        const ssize_t count = receive(piece.data(), piece.size());
+        const std::ptrdiff_t count = receive(piece.data(), piece.size());
         if (count <= 0)
             return !head_.empty();
         head_.append(piece.data(), static_cast<std::size_t>(count));
@@ -105,20 +95,20 @@ bool Connection::readHead() {
     return true;
 }
 
-ssize_t Connection::read(char* bytes, std::size_t size) {
+std::ptrdiff_t Connection::read(char* bytes, std::size_t size) {
     const std::size_t ready = std::min(size, head_.size() - headTaken_);
     if (ready == 0)
         return noBody_ ? 0 : receive(bytes, size);
     head_.copy(bytes, ready, headTaken_);
     headTaken_ += ready;
-    return static_cast<ssize_t>(ready);
+    return static_cast<std::ptrdiff_t>(ready);
 }
 
-ssize_t Connection::receive(char* bytes, std::size_t size) {
+std::ptrdiff_t Connection::receive(char* bytes, std::size_t size) {
     for (;;) {
         ERR_clear_error();
-        const ssize_t count =
-            tls_ != nullptr ? SSL_read(tls_, bytes, cutToInt(size)) : recv(socket_, bytes, size, 0);
+        const std::ptrdiff_t count =
+            tls_ != nullptr ? SSL_read(tls_, bytes, cutToInt(size)) : sockets::Receive(socket_, bytes, size);
         if (count >= 0 && (tls_ == nullptr || count > 0))
             return count;
         if (tls_ != nullptr) {
@@ -126,25 +116,25 @@ ssize_t Connection::receive(char* bytes, std::size_t size) {
                 return 0;
             if (!retryTls(static_cast<int>(count)))
                 return -1;
-        } else if (errno != EINTR && !((errno == EAGAIN) && waitFor(POLLIN, kIdleLimitMs))) {
+        } else if (!sockets::IsOnlyEarly() || !waitFor(Way::kIn, kIdleLimitMs)) {
             return -1;
         }
     }
 }
 
-ssize_t Connection::write(const char* bytes, std::size_t size) {
+std::ptrdiff_t Connection::write(const char* bytes, std::size_t size) {
     if (cut_)
         return -1;
     if (size == 0)
         return 0;
     for (;;) {
         ERR_clear_error();
-        const ssize_t count = tls_ != nullptr ? SSL_write(tls_, bytes, cutToInt(size))
-                                              : send(socket_, bytes, size, MSG_NOSIGNAL);
+        const std::ptrdiff_t count =
+            tls_ != nullptr ? SSL_write(tls_, bytes, cutToInt(size)) : sockets::Send(socket_, {bytes, size});
         if (count > 0)
             return count;
         if (tls_ != nullptr ? !retryTls(static_cast<int>(count))
-                            : errno != EINTR && !(errno == EAGAIN && waitFor(POLLOUT, kIdleLimitMs)))
+                            : !sockets::IsOnlyEarly() || !waitFor(Way::kOut, kIdleLimitMs))
             return -1;
     }
 }
@@ -153,21 +143,18 @@ ssize_t Connection::write(const char* bytes, std::size_t size) {
 bool Connection::retryTls(int result) const {
     switch (SSL_get_error(tls_, result)) {
         case SSL_ERROR_WANT_READ:
-            return waitFor(POLLIN, kIdleLimitMs);
+            return waitFor(Way::kIn, kIdleLimitMs);
         case SSL_ERROR_WANT_WRITE:
-            return waitFor(POLLOUT, kIdleLimitMs);
+            return waitFor(Way::kOut, kIdleLimitMs);
         default:
             return false;
     }
 }
 
-bool Connection::waitFor(short events, int milliseconds) const {
-    pollfd waited[] = {{socket_, events, 0}, {stopSignal_, POLLIN, 0}};
-    int ready = 0;
-    do {
-        ready = poll(waited, 2, milliseconds);
-    } while (ready < 0 && errno == EINTR);
-    return ready > 0 && waited[1].revents == 0;
+bool Connection::waitFor(Way way, int milliseconds) const {
+    std::array<sockets::Wanted, 2> wanted{sockets::Wanted{socket_, way == Way::kOut},
+                                          sockets::Wanted{stop_.GetSocket()}};
+    return sockets::Wait(wanted.data(), wanted.size(), milliseconds) && !wanted[1].isReady;
 }
 
 // Closing with unread bytes resets the connection, and the reset can overtake the answer. So the rest is read
@@ -175,8 +162,8 @@ bool Connection::waitFor(short events, int milliseconds) const {
 void Connection::drain() {
     std::array<char, kPieceBytes> piece;
     for (;;) {
-        const ssize_t count = recv(socket_, piece.data(), piece.size(), 0);
-        if (count == 0 || (count < 0 && (errno != EAGAIN || !waitFor(POLLIN, kDrainLimitMs))))
+        const std::ptrdiff_t count = sockets::Receive(socket_, piece.data(), piece.size());
+        if (count == 0 || (count < 0 && (!sockets::IsOnlyEarly() || !waitFor(Way::kIn, kDrainLimitMs))))
             return;
     }
 }

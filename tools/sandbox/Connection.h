@@ -6,18 +6,19 @@
 #pragma once
 
 #include <openssl/types.h>
-#include <sys/types.h>
 
 #include <cstddef>
 #include <string>
+
+#include "tools/sockets/Socket.h"
+#include "tools/sockets/StopSignal.h"
 
 namespace sandbox {
 
 class Connection {
 public:
-    // Owns `socket` from here on. `tls` is null for plain HTTP; `stopSignal` is a descriptor that becomes
-    // readable when the server stops.
-    Connection(int socket, SSL_CTX* tls, int stopSignal);
+    // Owns `socket` from here on. `tls` is null for plain HTTP; `stop` is raised when the server stops.
+    Connection(sockets::Socket socket, SSL_CTX* tls, const sockets::StopSignal& stop);
     // Ends the connection in order, unless the answer was cut.
     ~Connection();
     Connection(const Connection&) = delete;
@@ -26,27 +27,28 @@ public:
     // The TLS handshake, if any, and the head of the request. False: there is nothing to serve.
     [[nodiscard]] bool open();
 
-    // As read(2) and write(2): the count, 0 at the end, -1 on a fault.
-    ssize_t read(char* bytes, std::size_t size);
-    ssize_t write(const char* bytes, std::size_t size);
+    // The count, 0 at the end, -1 on a fault.
+    std::ptrdiff_t read(char* bytes, std::size_t size);
+    std::ptrdiff_t write(const char* bytes, std::size_t size);
 
     // Nothing more is sent; the peer sees the connection end without a word.
     void cut() { cut_ = true; }
     // What was written is sent, but the end comes without TLS's farewell.
     void endAbruptly() { abrupt_ = true; }
 
-    [[nodiscard]] int socket() const { return socket_; }
+    [[nodiscard]] sockets::Socket socket() const { return socket_; }
 
 private:
     [[nodiscard]] bool shakeHands();
     [[nodiscard]] bool readHead();
-    [[nodiscard]] bool waitFor(short events, int milliseconds) const;
+    enum class Way { kIn, kOut };
+    [[nodiscard]] bool waitFor(Way way, int milliseconds) const;
     [[nodiscard]] bool retryTls(int result) const;
-    ssize_t receive(char* bytes, std::size_t size);
+    std::ptrdiff_t receive(char* bytes, std::size_t size);
     void drain();
 
-    int socket_;
-    int stopSignal_;
+    sockets::Socket socket_;
+    const sockets::StopSignal& stop_;
     SSL* tls_ = nullptr;
     bool tlsWanted_;
     std::string head_;  // read ahead, not yet handed out

@@ -1,8 +1,8 @@
 #include "tools/sandbox/FeedDocument.h"
 
 #include <charconv>
+#include <chrono>
 #include <cstdio>
-#include <ctime>
 #include <vector>
 
 namespace sandbox {
@@ -115,19 +115,17 @@ void orderByPublication(std::vector<BuildVersion>& versions) {
         std::swap(versions[at], versions[at + 1]);
 }
 
-// A date as RSS has it (RFC 822), the given number of weeks before the first Monday of 2025. Always a Monday,
+// A date as RSS has it (RFC 822), the given number of weeks before the first Monday of 2025: always a Monday,
 // and in English under any locale.
 std::string dateText(std::size_t weeksAgo) {
-    static const char* const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                         "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-    constexpr std::time_t newest = 1736150400;
-    constexpr std::time_t week = std::time_t{7} * 24 * 3600;
-    const std::time_t at = newest - static_cast<std::time_t>(weeksAgo) * week;
-    std::tm parts{};
-    gmtime_r(&at, &parts);
+    using namespace std::chrono;
+    constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    const year_month_day day{sys_days{2025y / January / 6} - days{7 * weeksAgo}};
     char text[64];
-    const int length = std::snprintf(text, sizeof text, "Mon, %02d %s %d 08:00:00 +0000", parts.tm_mday,
-                                     months[parts.tm_mon], parts.tm_year + 1900);
+    const int length =
+        std::snprintf(text, sizeof text, "Mon, %02u %s %d 08:00:00 +0000", static_cast<unsigned>(day.day()),
+                      kMonths[static_cast<unsigned>(day.month()) - 1], static_cast<int>(day.year()));
     return {text, static_cast<std::size_t>(length)};
 }
 

@@ -3,11 +3,8 @@
 #include <httplib.h>
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <chrono>
-#include <csignal>
 #include <future>
 #include <stdexcept>
 #include <thread>
@@ -15,6 +12,8 @@
 #include "tools/sandbox/Connection.h"
 #include "tools/sandbox/Control.h"
 #include "tools/sandbox/Routes.h"
+#include "tools/sockets/FormerSigpipe.h"
+#include "tools/sockets/StopSignal.h"
 
 namespace sandbox {
 namespace {
@@ -37,34 +36,19 @@ public:
 
     bool is_readable() const override { return true; }
     bool is_writable() const override { return true; }
-    ssize_t read(char* bytes, size_t size) override { return connection_.read(bytes, size); }
-    ssize_t write(const char* bytes, size_t size) override { return connection_.write(bytes, size); }
+    ssize_t read(char* bytes, size_t size) override {
+        return static_cast<ssize_t>(connection_.read(bytes, size));
+    }
+    ssize_t write(const char* bytes, size_t size) override {
+        return static_cast<ssize_t>(connection_.write(bytes, size));
+    }
     void get_remote_ip_and_port(std::string&, int&) const override {}
     void get_local_ip_and_port(std::string&, int&) const override {}
-    socket_t socket() const override { return connection_.socket(); }
+    socket_t socket() const override { return static_cast<socket_t>(connection_.socket()); }
 
 private:
     Connection& connection_;
 };
-
-// The library makes the whole process ignore SIGPIPE when a server is constructed. A test that watches for
-// that signal shares the process with us, so the former disposition is kept to be put back.
-class FormerSigpipe {
-public:
-    FormerSigpipe() { sigaction(SIGPIPE, nullptr, &former_); }
-    void putBack() const { sigaction(SIGPIPE, &former_, nullptr); }
-
-private:
-    struct sigaction former_ {};
-};
-
-// TLS writes raise SIGPIPE on the thread that writes; blocked there, it ends with the thread.
-void blockSigpipe() {
-    sigset_t pipe;
-    sigemptyset(&pipe);
-    sigaddset(&pipe, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
-}
 
 using TlsContext = std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)>;
 using Memory = std::unique_ptr<BIO, decltype(&BIO_free)>;
@@ -131,7 +115,7 @@ Answer faultAnswer(const Fault& fault) {
 }  // namespace
 
 // The HTTP library's server with our connections under it. The first base is constructed before the second.
-class SandboxServer::FrontEnd : private FormerSigpipe, public httplib::Server {
+class SandboxServer::FrontEnd : private sockets::FormerSigpipe, public httplib::Server {
 public:
     FrontEnd(AccountService& service, const ServerOptions& options);
     ~FrontEnd() override;
@@ -157,16 +141,17 @@ private:
     ServerOptions options_;
     TlsContext tls_{nullptr, SSL_CTX_free};
     std::string authorityPem_;
-    int stopSignal_;
+    sockets::StopSignal stop_;
     int port_ = 0;
     std::thread listener_;
 };
 
 SandboxServer::FrontEnd::FrontEnd(AccountService& service, const ServerOptions& options)
-    : service_(service), options_(options), stopSignal_(eventfd(0, EFD_CLOEXEC)) {
-    putBack();
+    : service_(service), options_(options) {
+    PutBack();
     if (options_.https) {
-        const TestAuthority authority;
+        std::optional<TestAuthority> own;
+        const TestAuthority& authority = options_.authority != nullptr ? *options_.authority : own.emplace();
         authorityPem_ = authority.certificatePem();
         tls_ = makeTlsContext(authority.issue(options_.flaw));
     }
@@ -175,7 +160,6 @@ SandboxServer::FrontEnd::FrontEnd(AccountService& service, const ServerOptions& 
 
 SandboxServer::FrontEnd::~FrontEnd() {
     end();
-    close(stopSignal_);
 }
 
 void SandboxServer::FrontEnd::addHandlers() {
@@ -196,10 +180,7 @@ void SandboxServer::FrontEnd::addHandlers() {
     set_payload_max_length(kBodyLimit);
     set_default_headers({{"Cache-Control", "no-store"}});
     // Without SO_REUSEPORT, which would let a second sandbox share a fixed port unnoticed.
-    set_socket_options([](socket_t socket) {
-        const int on = 1;
-        setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    });
+    set_socket_options([](socket_t socket) { sockets::SetReusable(static_cast<sockets::Socket>(socket)); });
 }
 
 void SandboxServer::FrontEnd::bind() {
@@ -226,16 +207,14 @@ void SandboxServer::FrontEnd::end() {
     if (!listener_.joinable())
         return;
     faults.endWaits();
-    const std::uint64_t one = 1;
-    [[maybe_unused]] const ssize_t written =
-        write(stopSignal_, &one, sizeof one);  // the counter can't be full
+    stop_.Raise();
     stop();
     listener_.join();
 }
 
 bool SandboxServer::FrontEnd::process_and_close_socket(socket_t socket) {
-    blockSigpipe();
-    Connection connection(socket, tls_.get(), stopSignal_);
+    sockets::BlockSigpipe();
+    Connection connection(static_cast<sockets::Socket>(socket), tls_.get(), stop_);
     if (!connection.open())
         return false;
     served = {&connection, false};

@@ -20,6 +20,7 @@ struct ServerOptions {
     bool https = false;
     int port = 0;  // 0: any that is free
     CertificateFlaw flaw = CertificateFlaw::none;
+    const TestAuthority* authority = nullptr;  // asked once, by start; null: one of the server's own
 };
 
 class SandboxServer {

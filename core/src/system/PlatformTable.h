@@ -47,7 +47,8 @@ struct PlatformTable {
     // Writes `size` bytes at `offset` bytes behind the start; what lies behind them stays.
     //   bytesWritten  out, may be null
     //   returns    0; 0x80000002 null path or buffer; 0x81000001 open; 0x81000003 write, a full disk included
-    //   edges      size 0 succeeds and touches nothing; a missing file is created, for its owner alone
+    //   edges      size 0 succeeds and touches nothing; a missing file is created: on Linux for its owner
+    //              alone, on Windows hidden and with the rights that its folder hands down
     //   locks      exclusive, over the range written; waits for readers and writers
     //   throws     as FileRead
     //   source     windows: WriteFile under LockFileEx; linux: pwrite(2) under an open file description lock
@@ -89,9 +90,9 @@ struct PlatformTable {
     //   status     out: the HTTP status; any status is a successful exchange
     //   responseBody     out, may be null: a zero-terminated block, one zero byte when the answer is empty
     //   responseHeaders  out, may be null: the final answer's block with its status line, CRLF at line ends
-    //   returns    0; 0x80000002 null method, URL or status, a URL that isn't http or https; 0x81000006 the
-    //              network; 0x81000014 a time-out, from platforms that tell it apart; 0x80000001 anything
-    //              else
+    //   returns    0; 0x80000002 null method, URL or status, a faulty URL or one that isn't http or https;
+    //              0x81000006 the network; 0x81000014 a time-out, from platforms that tell it apart;
+    //              0x80000001 text that is not UTF-8, and anything else
     //   owner      both blocks belong to the caller and go back to HttpFree, after a failed exchange as well
     //   source     windows: WinHTTP; linux: libcurl
     std::uint32_t (*HttpRequest)(const char* method, const char* url, const HttpHeaderPair* headers,
@@ -102,7 +103,7 @@ struct PlatformTable {
     // Uploads one file as a multipart/form-data part named "file"; streams it. The Content-Type header that
     // carries `boundary` is the caller's.
     //   returns    0; 0x80000002 null argument or bad URL; 0x81000001 the file can't be opened; 0x81000006
-    //              the network; 0x80000001 anything else
+    //              the network; 0x80000001 text that is not UTF-8, and anything else
     //   edges      a missing file is created empty and sent empty
     //   owner      as HttpRequest
     std::uint32_t (*HttpUploadFile)(const char* method, const char* url, const HttpHeaderPair* headers,

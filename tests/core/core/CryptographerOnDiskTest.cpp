@@ -6,6 +6,7 @@
 
 #include "core/src/core/Cryptographer.h"
 #include "core/src/system/SystemApi.h"
+#include "tests/support/FileFacts.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -47,11 +48,9 @@ TEST_F(CryptographerOnDisk, AFileGoesThereAndBack) {
     EXPECT_EQ(Read(path), std::string("0:") + kToken);
 }
 
-TEST_F(CryptographerOnDisk, AFileIsForItsOwnerAlone) {
-    namespace fs = std::filesystem;
+TEST_F(CryptographerOnDisk, AFileIsKeptFromOthers) {
     EXPECT_EQ(Write(folder.PathOf("LIC0")), 0u);
-    const fs::perms others = fs::perms::group_all | fs::perms::others_all;
-    EXPECT_EQ(fs::status(folder.Path() / "LIC0").permissions() & others, fs::perms::none);
+    EXPECT_TRUE(test::IsKeptFromOthers(folder.PathOf("LIC0")));
 }
 
 TEST_F(CryptographerOnDisk, AFolderInPlaceOfTheFile) {

@@ -10,8 +10,7 @@
 #include <vector>
 
 #include "core/src/system/SystemApi.h"
-#include "tests/support/Command.h"
-#include "tests/support/ScriptedPlatform.h"
+#include "tests/core/core/CryptographerFixture.h"
 
 namespace {
 
@@ -19,68 +18,20 @@ using quillmarkclient_core::PlatformTable;
 using quillmarkclient_core::ReadEncryptedFile;
 using quillmarkclient_core::SystemApi;
 using quillmarkclient_core::WriteEncryptedFile;
+using test::Cryptographer;
+using test::CryptographerPointer;
+using test::kPath;
+using test::kToken;
+using test::Number;
 using test::Operation;
-using Cryptographer = quillmarkclient_core::Cryptographer<SystemApi>;
-using Pointer = portable_stl::shared_ptr<Cryptographer>;
+using test::ReadFrom;
+using test::ReadResult;
+using test::WriteTo;
 
-constexpr char kPath[] = "/folder/LIC0";
-constexpr char kToken[] = R"({"identityToken":"abc.def.ghi","contextType":"b2c"})";
-
-struct Result {
-    std::uint32_t code;
-    std::string text;
-    bool operator==(const Result&) const = default;
-};
-void PrintTo(const Result& result, std::ostream* out) {
-    *out << std::hex << result.code << ", " << ::testing::PrintToString(result.text);
-}
-
-std::uint32_t Number(ResultCode code) {
-    return static_cast<std::uint32_t>(code);
-}
-
-std::uint32_t WriteTo(const std::string& path, const std::string& text, const Pointer& cryptographer) {
-    return Number(WriteEncryptedFile(path.c_str(), portable_stl::string(text.data(), text.size()),
-                                     &cryptographer, nullptr));
-}
-
-Result ReadFrom(const std::string& path, const Pointer& cryptographer) {
-    portable_stl::string text;
-    const auto code = ReadEncryptedFile(path.c_str(), text, &cryptographer, nullptr);
-    return {Number(code), std::string(text.data(), text.size())};
-}
-
-// The openssl command in place of our cipher and our base64. It takes the key as it is.
-std::string OpenSslKey(const Pointer& cryptographer) {
-    const std::string text(cryptographer->cipherKeyText.c_str(), cryptographer->cipherKeyText.size() + 1);
-    return test::Output("md5sum", text).substr(0, 32);
-}
-constexpr char kBlowfish[] = "openssl enc -bf-ecb -nopad -provider legacy -provider default -K ";
-
-std::string OpenSslEncrypted(const Pointer& cryptographer, const std::string& padded) {
-    return test::Output(kBlowfish + OpenSslKey(cryptographer) + " -e | openssl base64 -e -A", padded);
-}
-std::string OpenSslDecrypted(const Pointer& cryptographer, const std::string& file) {
-    return test::Output(
-        "openssl base64 -d -A | " + std::string(kBlowfish) + OpenSslKey(cryptographer) + " -d", file);
-}
-
-std::string Padded(const std::string& text) {
-    return text + std::string((16 - text.size() % 16) % 16, '\0');
-}
-
-class CryptographerTest : public ::testing::Test {
+class CryptographerTest : public test::CryptographerFixture {
 protected:
-    CryptographerTest()
-        : first(portable_stl::make_shared<Cryptographer>(false)),
-          second(portable_stl::make_shared<Cryptographer>(true)) {}
-
-    std::uint32_t Write(const std::string& text) { return WriteTo(kPath, text, first); }
-    Result Read() { return ReadFrom(kPath, first); }
-    std::string& File() { return platform.files[kPath]; }
-
     // The bytes as the cipher leaves them, before base64.
-    static std::string Enciphered(const Pointer& cryptographer, std::string padded) {
+    static std::string Enciphered(const CryptographerPointer& cryptographer, std::string padded) {
         EXPECT_EQ(Number(SystemApi::Encrypt(cryptographer->cipherKeyText.c_str(), padded.data(),
                                             static_cast<std::uint32_t>(padded.size()), nullptr)),
                   0u);
@@ -95,10 +46,7 @@ protected:
         EXPECT_GT(platform.errors[0].line, 0u);
     }
 
-    test::ScriptedPlatform platform;
-    const Pointer first;
-    const Pointer second;
-    const Pointer none;
+    const CryptographerPointer none;
 };
 
 TEST_F(CryptographerTest, HoldsTheTwoTextsOfItsPair) {
@@ -126,35 +74,13 @@ TEST_F(CryptographerTest, AFileIsTheBase64OfWholeUnitsOf16Bytes) {
         EXPECT_EQ(Write(text), 0u) << row.name;
         EXPECT_EQ(File().size(), row.characters) << row.name;
         EXPECT_EQ(File().find_first_of("\r\n"), std::string::npos) << row.name;
-        EXPECT_EQ(Read(), (Result{0, text})) << row.name;
-    }
-}
-
-TEST_F(CryptographerTest, TheOpenSslCommandReadsWhatWeWrite) {
-    for (const Pointer* pair : {&first, &second}) {
-        for (const std::string& text :
-             {std::string("x"), std::string("exactly 16 bytes"), std::string(kToken)}) {
-            EXPECT_EQ(WriteTo(kPath, text, *pair), 0u);
-            EXPECT_EQ(OpenSslDecrypted(*pair, File()), Padded(text));
-        }
-    }
-}
-
-TEST_F(CryptographerTest, WeReadWhatTheOpenSslCommandWrites) {
-    for (const Pointer* pair : {&first, &second}) {
-        for (const std::string& text :
-             {std::string("x"), std::string("exactly 16 bytes"), std::string(kToken)}) {
-            File() = OpenSslEncrypted(*pair, Padded(text));
-            EXPECT_EQ(ReadFrom(kPath, *pair), (Result{0, text}));
-            EXPECT_EQ(WriteTo("ours", text, *pair), 0u);
-            EXPECT_EQ(platform.files["ours"], File()) << "and write the same";
-        }
+        EXPECT_EQ(Read(), (ReadResult{0, text})) << row.name;
     }
 }
 
 TEST_F(CryptographerTest, AFileOfTheOtherPairReadsAsOtherBytesWithSuccess) {
     EXPECT_EQ(Write(kToken), 0u);
-    const Result result = ReadFrom(kPath, second);
+    const ReadResult result = ReadFrom(kPath, second);
     EXPECT_EQ(result.code, 0u);
     EXPECT_NE(result.text, kToken);
     EXPECT_TRUE(platform.errors.empty());
@@ -166,7 +92,7 @@ TEST_F(CryptographerTest, AnEmptyTextLeavesAnEmptyFile) {
     EXPECT_EQ(File(), "");
     EXPECT_EQ(platform.CallCount(Operation::FileWrite), 0u);
     EXPECT_EQ(platform.CallCount(Operation::Encrypt), 0u);
-    EXPECT_EQ(Read(), (Result{0, ""}));
+    EXPECT_EQ(Read(), (ReadResult{0, ""}));
     platform.files.clear();
     EXPECT_EQ(Write(""), 0u);
     EXPECT_EQ(platform.files.count(kPath), 1u) << "a missing file is created";
@@ -176,7 +102,7 @@ TEST_F(CryptographerTest, AShorterTextReplacesALongerOne) {
     EXPECT_EQ(Write(std::string(500, 'a')), 0u);
     EXPECT_EQ(Write("b"), 0u);
     EXPECT_EQ(File().size(), 24u);
-    EXPECT_EQ(Read(), (Result{0, "b"}));
+    EXPECT_EQ(Read(), (ReadResult{0, "b"}));
 }
 
 TEST_F(CryptographerTest, AFileIsEmptiedThenEncryptedThenWritten) {
@@ -191,10 +117,10 @@ TEST_F(CryptographerTest, AFileIsEmptiedThenEncryptedThenWritten) {
 
 TEST_F(CryptographerTest, ATextEndsAtItsFirstZeroByte) {
     EXPECT_EQ(Write(std::string("before\0behind", 13)), 0u);
-    EXPECT_EQ(OpenSslDecrypted(first, File()), Padded(std::string("before\0behind", 13))) << "written whole";
-    EXPECT_EQ(Read(), (Result{0, "before"}));
+    EXPECT_EQ(File(), "wULfjf1zP81tksHyr+9OZw==") << "written whole";
+    EXPECT_EQ(Read(), (ReadResult{0, "before"}));
     EXPECT_EQ(Write(std::string(1, '\0')), 0u);
-    EXPECT_EQ(Read(), (Result{0, ""}));
+    EXPECT_EQ(Read(), (ReadResult{0, ""}));
 }
 
 TEST_F(CryptographerTest, WriteFailures) {
@@ -247,13 +173,13 @@ TEST_F(CryptographerTest, ReadFailures) {
     for (const auto& row : rows) {
         platform.errors.clear();
         platform.FailCall(row.operation, row.answer);
-        EXPECT_EQ(Read(), (Result{row.code, ""})) << row.name;
+        EXPECT_EQ(Read(), (ReadResult{row.code, ""})) << row.name;
         EXPECT_EQ(File(), content) << row.name;
         EXPECT_EQ(platform.errors.size(), row.report ? 1u : 0u) << row.name;
         if (row.report)
             ExpectReport(row.code, row.report);
     }
-    EXPECT_EQ(Read(), (Result{0, kToken}));
+    EXPECT_EQ(Read(), (ReadResult{0, kToken}));
     EXPECT_TRUE(platform.traceLines.empty());
 }
 
@@ -290,7 +216,7 @@ TEST_F(CryptographerTest, AnEmptyKeyTextIsAnInternalErrorAndIsReported) {
     const auto calls = platform.CallCount(Operation::Encrypt);
     first->cipherKeyText = "";
 
-    EXPECT_EQ(Read(), (Result{0x80000001, ""}));
+    EXPECT_EQ(Read(), (ReadResult{0x80000001, ""}));
     ExpectReport(0x80000001, "Internal program error");
     platform.errors.clear();
     EXPECT_EQ(Write(kToken), 0x80000001u);
@@ -302,7 +228,7 @@ TEST_F(CryptographerTest, AnEmptyKeyTextIsAnInternalErrorAndIsReported) {
     platform.errors.clear();
     EXPECT_EQ(Write(""), 0u) << "nothing to encrypt";
     File() = "cut";
-    EXPECT_EQ(Read(), (Result{0, ""})) << "nothing to decrypt";
+    EXPECT_EQ(Read(), (ReadResult{0, ""})) << "nothing to decrypt";
     EXPECT_TRUE(platform.errors.empty());
 }
 
@@ -322,16 +248,16 @@ TEST_F(CryptographerTest, DamagedFilesReadAsTheEmptyTextWithSuccess) {
         {"cut within the first unit", whole.substr(0, 20)},
         {"cut by a few characters", whole.substr(0, whole.size() - 5)},
         {"a character too many", whole.substr(0, whole.size() - 2) + "AAAA=="},
-        {"a unit and a half", OpenSslEncrypted(first, std::string(24, 'a'))},
+        {"a unit and a half", "QMoiBveoxMRAyiIG96jExEDKIgb3qMTE"},  // "a" 24 times, enciphered
         {"no base64, no multiple of 16", "{\"identityToken\":\"plain\"}"},
     };
     for (const auto& row : rows) {
         File() = row.content;
-        EXPECT_EQ(Read(), (Result{0, ""})) << row.name;
+        EXPECT_EQ(Read(), (ReadResult{0, ""})) << row.name;
         EXPECT_EQ(platform.CallCount(Operation::Decrypt), 0u) << row.name;
     }
     platform.files.clear();
-    EXPECT_EQ(Read(), (Result{0, ""})) << "missing";
+    EXPECT_EQ(Read(), (ReadResult{0, ""})) << "missing";
     EXPECT_EQ(platform.CallCount(Operation::FileRead), std::size(rows) - 1) << "an empty file is not read";
     EXPECT_TRUE(platform.errors.empty());
 }
@@ -351,7 +277,7 @@ TEST_F(CryptographerTest, WhatBase64SkipsIsSkippedInAFile) {
     };
     for (const auto& row : rows) {
         File() = row.content;
-        EXPECT_EQ(Read(), (Result{0, kToken})) << row.name;
+        EXPECT_EQ(Read(), (ReadResult{0, kToken})) << row.name;
     }
 }
 
@@ -375,13 +301,13 @@ TEST_F(CryptographerTest, AFileThatIsNoBase64IsDecipheredAsItStands) {
                bytes.substr(0, bytes.find('\0')).find('*') != std::string::npos;
     });
     File() = Enciphered(first, plain);
-    EXPECT_EQ(Read(), (Result{0, plain}));
+    EXPECT_EQ(Read(), (ReadResult{0, plain}));
 
     ASSERT_EQ(Write(kToken), 0u);
     std::string urlSafe = File();
     urlSafe[3] = '-';
     File() = urlSafe + std::string((16 - urlSafe.size() % 16) % 16, ' ');
-    const Result result = Read();
+    const ReadResult result = Read();
     EXPECT_EQ(result.code, 0u);
     EXPECT_NE(result.text, kToken);
 }
@@ -396,7 +322,7 @@ TEST_F(CryptographerTest, HostileFilesReadWithSuccess) {
         while (content.size() < size)
             content +=
                 round % 2 == 0 ? static_cast<char>(random() & 0xFF) : alphabet[random() % alphabet.size()];
-        const Result result = Read();
+        const ReadResult result = Read();
         EXPECT_EQ(result.code, 0u) << ::testing::PrintToString(content);
         EXPECT_EQ(result.text.find('\0'), std::string::npos) << ::testing::PrintToString(content);
         EXPECT_LE(result.text.size(), content.size()) << ::testing::PrintToString(content);
@@ -420,7 +346,7 @@ TEST_F(CryptographerTest, WithoutACryptographerTheBytesArePlain) {
         File() = "a longer old content than any of them: its rest must be gone as well, all of it";
         EXPECT_EQ(WriteTo(kPath, row.text, none), 0u) << row.name;
         EXPECT_EQ(File(), row.text) << row.name;
-        EXPECT_EQ(ReadFrom(kPath, none), (Result{0, row.read})) << row.name;
+        EXPECT_EQ(ReadFrom(kPath, none), (ReadResult{0, row.read})) << row.name;
     }
     EXPECT_EQ(platform.CallCount(Operation::Encrypt) + platform.CallCount(Operation::Decrypt), 0u);
 }

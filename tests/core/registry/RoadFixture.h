@@ -13,8 +13,8 @@
 #include "core/src/registry/PrincipalAdminRegistryClient.h"
 #include "tests/core/registry/RegistryFixture.h"
 #include "tests/support/SandboxFixture.h"
-#include "tests/support/ScopedVariable.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/TrustedAuthority.h"
 
 namespace test {
 
@@ -118,9 +118,7 @@ protected:
 
     test_support::SandboxFixture service{test_support::Scheme::https};
     TemporaryFolder folder;
-    ScopedVariable trustedFile{"SSL_CERT_FILE", service.caFile().c_str()};
-    ScopedVariable trustedFolder{"SSL_CERT_DIR", folder.PathOf("no-such-folder").c_str()};
-    ScopedVariable noProxy{"no_proxy", "*"};
+    TrustedAuthority trusted{service.caFile()};
     quillmarkclient_core::PlatformTable formerTable = SystemApi::Table();
 
     registry::RetryPolicy policy{5, 1, 1, 1};  // five tries and waits of a millisecond

@@ -4,6 +4,7 @@
 #include "tests/core/registry/requests/Catalogue.h"
 #include "tests/support/ScriptedServer.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/TransportFacts.h"
 
 namespace {
 
@@ -51,13 +52,10 @@ protected:
 
     // Byte for byte, the transport's own lines included.
     std::string ExpectedBytes(const test::RequestExpectation& row, const Headers& added) const {
-        std::string bytes = std::string(row.method) + " " + row.path + " HTTP/1.1\r\n";
-        bytes += "Host: 127.0.0.1:" + std::to_string(server.Port()) + "\r\n";
-        bytes += "User-Agent: ABClient_HInternet\r\n";
-        for (const auto& [name, value] : With(row.headers, added))
-            bytes.append(name).append(": ").append(value).append("\r\n");
-        bytes += "Content-Length: " + std::to_string(std::string(row.body).size()) + "\r\n\r\n";
-        return bytes + row.body;
+        const std::string requestLine = std::string(row.method) + " " + row.path + " HTTP/1.1";
+        return test::HeadOnTheWire(requestLine, With(row.headers, added), server.Port(),
+                                   std::string(row.body).size()) +
+               row.body;
     }
 
     test::ScriptedServer server;

@@ -1,12 +1,12 @@
 #include "tests/platform/conformance/HttpConformance.h"
+#include "tests/support/RandomText.h"
 
 namespace test {
 namespace {
 
 using quillmarkclient_core::HttpHeaderPair;
 
-constexpr std::uint32_t kInvalidParameters = 0x80000002;
-constexpr std::uint32_t kNetwork = 0x81000006;
+constexpr ResultCode kNetwork{0x81000006};
 
 constexpr char kBoundary[] = "edge-of-the-part";
 constexpr HttpHeaderPair kUploadType{"Content-Type", "multipart/form-data; boundary=edge-of-the-part"};
@@ -20,63 +20,28 @@ std::string MultipartBody(const std::string& bytes) {
            bytes + "\r\n--edge-of-the-part--\r\n";
 }
 
-std::string EveryByte(std::size_t size) {
+std::string EveryByteTimes(int count) {
     std::string bytes;
-    for (std::size_t i = 0; i < size; ++i)
-        bytes.push_back(static_cast<char>(i % 256));
+    for (int i = 0; i < count; ++i)
+        bytes += EveryByte();
     return bytes;
-}
-
-struct NamedUrl {
-    const char* name;
-    std::string url;
-};
-
-// URLs that no exchange may be tried with. Those that name a host name the server at `port`.
-std::vector<NamedUrl> FaultyUrls(std::uint16_t port) {
-    const std::string at = "127.0.0.1:" + std::to_string(port) + "/";
-    return {
-        {"nothing", ""},
-        {"garbage", "no URL at all"},
-        {"no scheme", at},
-        {"another scheme", "ftp://" + at},
-        {"an upper-case scheme", "HTTP://" + at},
-        {"a mixed-case scheme", "Http://" + at},
-        {"user and password", "http://user:word@" + at},
-        {"an empty host", "http:///path"},
-        {"a scheme alone", "http://"},
-    };
 }
 
 }  // namespace
 
-std::optional<std::string> HttpConformance::Take(char* block) const {
-    std::optional<std::string> text;
-    if (block)
-        text = block;
-    EXPECT_EQ(table.HttpFree(block, nullptr), 0u);
-    return text;
+Exchanged HttpConformance::Request(const Call& call) const {
+    return Exchange(table.HttpFree, [&](std::uint32_t* status, char** body, char** head) {
+        return table.HttpRequest(call.method.c_str(), call.url.c_str(), call.headers.data(),
+                                 static_cast<std::uint32_t>(call.headers.size()), call.body.c_str(),
+                                 call.flags, status, body, head, nullptr);
+    });
 }
 
-HttpConformance::Outcome HttpConformance::Request(const Call& call) const {
-    Outcome outcome;
-    char* body = nullptr;
-    char* head = nullptr;
-    outcome.code = table.HttpRequest(call.method.c_str(), call.url.c_str(), call.headers.data(),
-                                     static_cast<std::uint32_t>(call.headers.size()), call.body.c_str(),
-                                     call.flags, &outcome.status, &body, &head, nullptr);
-    outcome.body = Take(body);
-    outcome.head = Take(head);
-    return outcome;
-}
-
-HttpConformance::Outcome HttpConformance::Upload(const std::string& url, const std::string& path) const {
-    Outcome outcome;
-    char* body = nullptr;
-    outcome.code = table.HttpUploadFile("POST", url.c_str(), &kUploadType, 1, kBoundary, path.c_str(),
-                                        "log.zip", &outcome.status, &body);
-    outcome.body = Take(body);
-    return outcome;
+Exchanged HttpConformance::Upload(const std::string& url, const std::string& path, const char* method) const {
+    return HeadlessExchange(table.HttpFree, [&](std::uint32_t* status, char** body) {
+        return table.HttpUploadFile(method, url.c_str(), &kUploadType, 1, kBoundary, path.c_str(), "log.zip",
+                                    status, body);
+    });
 }
 
 HeaderPairs HttpConformance::SentRowHeaders() const {
@@ -91,40 +56,8 @@ HeaderPairs HttpConformance::SentRowHeaders() const {
 }
 
 void HttpConformance::ExpectNoConnectionSoFar() const {
-    EXPECT_EQ(Request({.url = server.Url("/")}).code, 0u);
+    EXPECT_EQ(Request({.url = server.Url("/")}).code, ResultCode::kSuccess);
     EXPECT_EQ(server.ConnectionCount(), 1);
-}
-
-TEST_P(HttpConformance, NullArgumentsAreInvalid) {
-    const std::string url = server.Url("/");
-    std::uint32_t status = 0;
-    const struct {
-        const char* name;
-        const char* method;
-        const char* url;
-        std::uint32_t* status;
-    } rows[] = {
-        {"method", nullptr, url.c_str(), &status},
-        {"URL", "GET", nullptr, &status},
-        {"status", "GET", url.c_str(), nullptr},
-    };
-    for (const auto& row : rows) {
-        char* body = nullptr;
-        char* head = nullptr;
-        EXPECT_EQ(
-            table.HttpRequest(row.method, row.url, nullptr, 0, "", 0, row.status, &body, &head, nullptr),
-            kInvalidParameters)
-            << row.name;
-        EXPECT_EQ(table.HttpFree(body, nullptr), 0u) << row.name;
-        EXPECT_EQ(table.HttpFree(head, nullptr), 0u) << row.name;
-    }
-    ExpectNoConnectionSoFar();
-}
-
-TEST_P(HttpConformance, AFaultyUrlIsInvalidBeforeAnyTraffic) {
-    for (const auto& row : FaultyUrls(server.Port()))
-        EXPECT_EQ(Request({.url = row.url}).code, kInvalidParameters) << row.name;
-    ExpectNoConnectionSoFar();
 }
 
 TEST_P(HttpConformance, EveryStatusIsASuccessWithItsBody) {
@@ -143,7 +76,7 @@ TEST_P(HttpConformance, EveryStatusIsASuccessWithItsBody) {
         SCOPED_TRACE(row.name);
         server.Enqueue(Answer::Of(row.status, {}, row.body));
         const auto outcome = Request({.url = server.Url("/")});
-        EXPECT_EQ(outcome.code, 0u);
+        EXPECT_EQ(outcome.code, ResultCode::kSuccess);
         EXPECT_EQ(outcome.status, static_cast<std::uint32_t>(row.status));
         EXPECT_EQ(outcome.body, row.body);
     }
@@ -162,10 +95,12 @@ TEST_P(HttpConformance, GivesTheHeadOfTheFinalAnswer) {
          "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n"},
     };
     for (const auto& row : rows) {
+        if (IsLeftOut(row.name))
+            continue;
         SCOPED_TRACE(row.name);
         server.Enqueue(Answer::Raw(std::string(row.before) + row.head));
         const auto outcome = Request({.url = server.Url("/")});
-        EXPECT_EQ(outcome.code, 0u);
+        EXPECT_EQ(outcome.code, ResultCode::kSuccess);
         EXPECT_EQ(outcome.head, row.head);
     }
 }
@@ -191,7 +126,7 @@ TEST_P(HttpConformance, HeadersGoOutInOrderAndWithTheirValues) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        EXPECT_EQ(Request({.url = server.Url("/"), .headers = row.headers}).code, 0u);
+        EXPECT_EQ(Request({.url = server.Url("/"), .headers = row.headers}).code, ResultCode::kSuccess);
         EXPECT_EQ(SentRowHeaders(), row.sent);
     }
 }
@@ -212,7 +147,8 @@ TEST_P(HttpConformance, TheBodyGoesOutWithItsLength) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        ASSERT_EQ(Request({.method = row.method, .url = server.Url("/path?a=b"), .body = row.body}).code, 0u);
+        ASSERT_EQ(Request({.method = row.method, .url = server.Url("/path?a=b"), .body = row.body}).code,
+                  ResultCode::kSuccess);
         const auto request = server.Requests().back();
         EXPECT_EQ(request.method, row.method);
         EXPECT_EQ(request.target, "/path?a=b");
@@ -241,7 +177,7 @@ TEST_P(HttpConformance, FlagBitZeroLeavesTheRedirectToTheCaller) {
         fresh.Enqueue(Answer::Of(302, {{"Location", fresh.Url("/second")}}, "moved"));
         fresh.Enqueue(Answer::Of(200, {}, "there"));
         const auto outcome = Request({.url = fresh.Url("/first"), .flags = row.flags});
-        EXPECT_EQ(outcome.code, 0u);
+        EXPECT_EQ(outcome.code, ResultCode::kSuccess);
         EXPECT_EQ(outcome.status, row.status);
         EXPECT_EQ(outcome.body, row.body);
         EXPECT_TRUE(outcome.head.value_or("").starts_with(row.headStart)) << outcome.head.value_or("");
@@ -249,6 +185,40 @@ TEST_P(HttpConformance, FlagBitZeroLeavesTheRedirectToTheCaller) {
         for (const auto& request : fresh.Requests())
             targets.push_back(request.target);
         EXPECT_EQ(targets, row.targets);
+    }
+}
+
+// RFC 4291 section 2.2.
+TEST_P(HttpConformance, AnIpv6AddressIsReachedInAllItsForms) {
+    static const struct {
+        const char* address;
+        bool isIpv4;  // wrapped in IPv6
+    } rows[] = {
+        {"::1", false},
+        {"0::1", false},
+        {"::0:1", false},
+        {"::0001", false},
+        {"0:0:0:0:0:0:0:1", false},
+        {"0:0:0:0:0:0::1", false},
+        {"0:0:0:0:0:0:0.0.0.1", false},
+        {"::0.0.0.1", false},
+        {"::ffff:127.0.0.1", true},
+        {"::FFFF:7f00:1", true},
+        {"0:0:0:0:0:ffff:127.0.0.1", true},
+    };
+    if (!HasLoopback(sockets::Loopback::kIpv6))
+        GTEST_SKIP() << "this machine has no IPv6";
+    const ScriptedServer onIpv6({.loopback = sockets::Loopback::kIpv6});
+    for (const auto& row : rows) {
+        if (IsLeftOut(row.address))
+            continue;
+        const ScriptedServer& reached = row.isIpv4 ? server : onIpv6;
+        const int before = reached.ConnectionCount();
+        const auto outcome = Request(
+            {.url = "http://[" + std::string(row.address) + "]:" + std::to_string(reached.Port()) + "/"});
+        EXPECT_EQ(outcome.code, ResultCode::kSuccess) << row.address;
+        EXPECT_EQ(outcome.status, 200u) << row.address;
+        EXPECT_EQ(reached.ConnectionCount(), before + 1) << row.address;
     }
 }
 
@@ -273,6 +243,8 @@ TEST_P(HttpConformance, HalfAnAnswerIsANetworkFailure) {
          Answer::Ending::kClose},
     };
     for (const auto& row : rows) {
+        if (IsLeftOut(row.name))
+            continue;
         // As default, so that a transport that tries again by itself gets no better answer.
         server.SetDefault([&row](const auto&) { return Answer::Raw(row.bytes, row.ending); });
         EXPECT_EQ(Request({.url = server.Url("/")}).code, kNetwork) << row.name;
@@ -283,46 +255,6 @@ TEST_P(HttpConformance, FreeTakesNull) {
     EXPECT_EQ(table.HttpFree(nullptr, nullptr), 0u);
 }
 
-TEST_P(HttpUploadConformance, NullArgumentsAreInvalid) {
-    const std::string url = server.Url("/");
-    const std::string path = folder.PathOf("file");
-    WriteWhole(path, "abc");
-    const char* const p = path.c_str();
-    std::uint32_t status = 0;
-    const struct {
-        const char* name;
-        const char* method;
-        const char* url;
-        const char* boundary;
-        const char* path;
-        const char* fileName;
-        std::uint32_t* status;
-    } rows[] = {
-        {"method", nullptr, url.c_str(), "b", p, "f", &status},
-        {"URL", "POST", nullptr, "b", p, "f", &status},
-        {"boundary", "POST", url.c_str(), nullptr, p, "f", &status},
-        {"path", "POST", url.c_str(), "b", nullptr, "f", &status},
-        {"file name", "POST", url.c_str(), "b", p, nullptr, &status},
-        {"status", "POST", url.c_str(), "b", p, "f", nullptr},
-    };
-    for (const auto& row : rows) {
-        char* body = nullptr;
-        EXPECT_EQ(table.HttpUploadFile(row.method, row.url, nullptr, 0, row.boundary, row.path, row.fileName,
-                                       row.status, &body),
-                  kInvalidParameters)
-            << row.name;
-        EXPECT_EQ(table.HttpFree(body, nullptr), 0u) << row.name;
-    }
-    ExpectNoConnectionSoFar();
-}
-
-TEST_P(HttpUploadConformance, AFaultyUrlIsInvalidBeforeAnyTraffic) {
-    WriteWhole(folder.PathOf("file"), "abc");
-    for (const auto& row : FaultyUrls(server.Port()))
-        EXPECT_EQ(Upload(row.url, folder.PathOf("file")).code, kInvalidParameters) << row.name;
-    ExpectNoConnectionSoFar();
-}
-
 TEST_P(HttpUploadConformance, SendsTheFileBetweenPreambleAndTrailer) {
     const struct {
         const char* name;
@@ -330,9 +262,9 @@ TEST_P(HttpUploadConformance, SendsTheFileBetweenPreambleAndTrailer) {
     } rows[] = {
         {"an empty file", ""},
         {"a short one", "PK and so on\r\n"},
-        {"zero bytes and all others", EveryByte(256)},
-        {"exactly one piece", EveryByte(4096)},
-        {"many pieces", EveryByte(100001)},
+        {"zero bytes and all others", EveryByte()},
+        {"exactly one piece", EveryByteTimes(16)},
+        {"many pieces", EveryByteTimes(390)},
     };
     const std::string path = folder.PathOf("a \xC3\xA9.zip");
     for (const auto& row : rows) {
@@ -340,7 +272,7 @@ TEST_P(HttpUploadConformance, SendsTheFileBetweenPreambleAndTrailer) {
         WriteWhole(path, row.bytes);
         server.Enqueue(Answer::Of(201, {}, "taken"));
         const auto outcome = Upload(server.Url("/upload"), path);
-        ASSERT_EQ(outcome.code, 0u);
+        ASSERT_EQ(outcome.code, ResultCode::kSuccess);
         EXPECT_EQ(outcome.status, 201u);
         EXPECT_EQ(outcome.body, "taken");
         const auto request = server.Requests().back();
@@ -355,7 +287,7 @@ TEST_P(HttpUploadConformance, SendsTheFileBetweenPreambleAndTrailer) {
 
 TEST_P(HttpUploadConformance, AMissingFileIsCreatedEmptyAndSentEmpty) {
     const std::string path = folder.PathOf("missing.zip");
-    ASSERT_EQ(Upload(server.Url("/"), path).code, 0u);
+    ASSERT_EQ(Upload(server.Url("/"), path).code, ResultCode::kSuccess);
     EXPECT_EQ(server.Requests().back().body, MultipartBody(""));
     EXPECT_TRUE(Exists(path));
     EXPECT_EQ(ReadWhole(path), "");

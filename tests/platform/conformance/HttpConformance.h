@@ -7,11 +7,11 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "tests/platform/conformance/Conformance.h"
+#include "tests/platform/support/HttpExchange.h"
 #include "tests/support/ScriptedServer.h"
 
 namespace test {
@@ -25,16 +25,11 @@ protected:
         std::string body = {};
         std::uint32_t flags = 0;
     };
-    struct Outcome {
-        std::uint32_t code = 0;
-        std::uint32_t status = 0;
-        std::optional<std::string> body = {};  // none: no block was handed out
-        std::optional<std::string> head = {};
-    };
 
     // Every block that was handed out, after a failure as well, has gone back to HttpFree.
-    [[nodiscard]] Outcome Request(const Call& call) const;
-    [[nodiscard]] Outcome Upload(const std::string& url, const std::string& path) const;
+    [[nodiscard]] Exchanged Request(const Call& call) const;
+    [[nodiscard]] Exchanged Upload(const std::string& url, const std::string& path,
+                                   const char* method = "POST") const;
     // The headers of the last request whose names begin with "X-Row", in the order of the wire.
     [[nodiscard]] HeaderPairs SentRowHeaders() const;
     // Makes one good exchange and expects its connection to be the server's first. The server accepts in
@@ -42,9 +37,6 @@ protected:
     void ExpectNoConnectionSoFar() const;
 
     ScriptedServer server;
-
-private:
-    std::optional<std::string> Take(char* block) const;
 };
 
 class HttpUploadConformance : public HttpConformance {

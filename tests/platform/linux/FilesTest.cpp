@@ -13,6 +13,7 @@
 #include <functional>
 #include <sstream>
 
+#include "platform/linux/FileHandle.h"
 #include "tests/platform/linux/ChildProcess.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -165,19 +166,17 @@ TEST_F(LinuxFiles, WithoutRightsCannotBeOpened) {
     ASSERT_EQ(chmod(folder.Path().c_str(), 0755), 0);
 }
 
-TEST_F(LinuxFiles, OpenRegularFileServesTheUploadToo) {
-    const int missing = OpenRegularFile(Path().c_str(), Access::kRead, Missing::kFail);
-    EXPECT_EQ(missing, -1);
+TEST_F(LinuxFiles, OpensARegularFileAsAsked) {
+    const FileHandle missing = OpenRegularFile(Path().c_str(), Access::kRead, Missing::kFail);
+    EXPECT_FALSE(missing.IsOpen());
     EXPECT_FALSE(test::Exists(Path()));
-    const int created = OpenRegularFile(Path().c_str(), Access::kRead, Missing::kCreate);
-    ASSERT_GE(created, 0);
-    EXPECT_EQ(fcntl(created, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
-    EXPECT_EQ(fcntl(created, F_GETFL) & O_ACCMODE, O_RDONLY);
-    close(created);
-    const int writable = OpenRegularFile(Path().c_str(), Access::kReadWrite, Missing::kFail);
-    ASSERT_GE(writable, 0);
-    EXPECT_EQ(fcntl(writable, F_GETFL) & O_ACCMODE, O_RDWR);
-    close(writable);
+    const FileHandle created = OpenRegularFile(Path().c_str(), Access::kRead, Missing::kCreate);
+    ASSERT_TRUE(created.IsOpen());
+    EXPECT_EQ(fcntl(created.Get(), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+    EXPECT_EQ(fcntl(created.Get(), F_GETFL) & O_ACCMODE, O_RDONLY);
+    const FileHandle writable = OpenRegularFile(Path().c_str(), Access::kReadWrite, Missing::kFail);
+    ASSERT_TRUE(writable.IsOpen());
+    EXPECT_EQ(fcntl(writable.Get(), F_GETFL) & O_ACCMODE, O_RDWR);
 }
 
 TEST_F(LinuxFiles, NoDescriptorStaysOpen) {

@@ -270,7 +270,7 @@ TEST_F(HttpAnswerTest, ANullHeadPointerIsFine) {
     EXPECT_EQ(quillmarkclient_linux::HttpRequest("GET", server.Url("/").c_str(), nullptr, 0, "", 0, &status,
                                                  &body, nullptr, nullptr),
               0u);
-    EXPECT_EQ(test::TakeBlock(body), "text");
+    EXPECT_EQ(test::TakeBlock(body, quillmarkclient_linux::HttpFree), "text");
 }
 
 TEST_F(HttpAnswerTest, AHeadRequestHasNoBody) {

@@ -7,12 +7,11 @@
 
 namespace {
 
+using quillmarkclient_common::TakeHeaders;
 using quillmarkclient_core::HttpHeaderPair;
 using quillmarkclient_linux::DropOriginHeaders;
 using quillmarkclient_linux::FindHeaders;
-using quillmarkclient_linux::IsToken;
 using quillmarkclient_linux::MakeHeaderList;
-using quillmarkclient_linux::TakeHeaders;
 
 std::vector<std::string> LinesOf(const curl_slist* list) {
     std::vector<std::string> lines;
@@ -45,16 +44,6 @@ TEST(HttpHeadersTest, WritesTheListAsLibcurlReadsIt) {
         ASSERT_TRUE(headers.has_value()) << row.name;
         EXPECT_EQ(LinesOf(MakeHeaderList(*headers, 5).get()), row.lines) << row.name;
     }
-}
-
-TEST(HttpHeadersTest, ATokenHoldsTheseBytesOnly) {
-    const std::string allowed =
-        "!#$%&'*+-.^_`|~0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-    for (int byte = 0; byte < 256; ++byte) {
-        const char c = static_cast<char>(byte);
-        EXPECT_EQ(IsToken("a" + std::string(1, c)), allowed.find(c) != std::string::npos) << byte;
-    }
-    EXPECT_FALSE(IsToken(""));
 }
 
 TEST(HttpHeadersTest, DropsWhatIsForTheOriginOnly) {

@@ -21,6 +21,7 @@
 #include <string>
 
 #include "tests/platform/linux/HttpExchanges.h"
+#include "tests/support/OwnAuthority.h"
 #include "tests/support/ScriptedServer.h"
 
 namespace {
@@ -243,7 +244,7 @@ TEST_F(HttpLimits, AServerThatNeverAnswers) {
 }
 
 TEST_F(HttpLimits, SilenceUnderTls) {
-    const test::TrustedAuthority trusted;
+    const test::OwnAuthority trusted;
     const auto certificate = trusted.Authority().issue();
     ScriptedServer server({.certificatePem = certificate.certificatePem, .keyPem = certificate.keyPem});
     server.Enqueue(Answer::Never());
@@ -309,7 +310,7 @@ TEST_F(HttpLimits, SigpipeNeverReachesTheHost) {
 
 // A peer that hangs up while we send.
 TEST_F(HttpLimits, AServerThatHangsUpIsANetworkFailure) {
-    const test::TrustedAuthority trusted;
+    const test::OwnAuthority trusted;
     const auto certificate = trusted.Authority().issue();
     for (const bool secure : {false, true}) {
         SCOPED_TRACE(secure ? "TLS" : "plain");

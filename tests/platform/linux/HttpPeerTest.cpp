@@ -6,6 +6,7 @@
 
 #include "tests/platform/linux/HttpExchanges.h"
 #include "tests/support/Command.h"
+#include "tests/support/OwnAuthority.h"
 #include "tests/support/ScriptedServer.h"
 
 namespace {
@@ -102,7 +103,7 @@ TEST(HttpPeer, TrustsWhomCurlTrusts) {
         {"one that vouches for itself", sandbox::CertificateFlaw::selfSigned, false},
         {"one of another host", sandbox::CertificateFlaw::wrongHost, false},
     };
-    const test::TrustedAuthority trusted;
+    const test::OwnAuthority trusted;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         const auto certificate = trusted.Authority().issue(row.flaw);

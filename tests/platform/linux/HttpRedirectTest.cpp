@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/platform/linux/HttpExchanges.h"
+#include "tests/support/OwnAuthority.h"
 #include "tests/support/ScriptedServer.h"
 
 namespace {
@@ -206,7 +207,7 @@ TEST_F(HttpFollow, ARedirectThatMustNotBeFollowedIsTheAnswer) {
 }
 
 TEST_F(HttpFollow, NeverFromHttpsToHttp) {
-    const test::TrustedAuthority trusted;
+    const test::OwnAuthority trusted;
     const auto certificate = trusted.Authority().issue();
     ScriptedServer secure({.certificatePem = certificate.certificatePem, .keyPem = certificate.keyPem});
     secure.Enqueue(To(302, server.Url("/")));
@@ -218,7 +219,7 @@ TEST_F(HttpFollow, NeverFromHttpsToHttp) {
 }
 
 TEST_F(HttpFollow, FromHttpToHttps) {
-    const test::TrustedAuthority trusted;
+    const test::OwnAuthority trusted;
     const auto certificate = trusted.Authority().issue();
     ScriptedServer secure({.certificatePem = certificate.certificatePem, .keyPem = certificate.keyPem});
     server.Enqueue(To(302, secure.Url("/")));

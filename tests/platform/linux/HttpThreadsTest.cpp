@@ -9,6 +9,7 @@
 
 #include "platform/linux/TrustStore.h"
 #include "tests/platform/linux/HttpExchanges.h"
+#include "tests/support/OwnAuthority.h"
 #include "tests/support/ScriptedServer.h"
 
 namespace {
@@ -54,7 +55,7 @@ TEST(HttpThreads, PlainExchangesDoNotMix) {
 }
 
 TEST(HttpThreads, SecureExchangesShareOneStore) {
-    const test::TrustedAuthority trusted;
+    const test::OwnAuthority trusted;
     const auto certificate = trusted.Authority().issue();
     ScriptedServer server({.certificatePem = certificate.certificatePem, .keyPem = certificate.keyPem});
     const auto loads = TrustStore::OfProcess().GetLoadCount();
@@ -63,7 +64,7 @@ TEST(HttpThreads, SecureExchangesShareOneStore) {
 }
 
 TEST(HttpThreads, TheBundleMayChangeMeanwhile) {
-    const test::TrustedAuthority trusted;
+    const test::OwnAuthority trusted;
     const auto certificate = trusted.Authority().issue();
     ScriptedServer server({.certificatePem = certificate.certificatePem, .keyPem = certificate.keyPem});
     const auto loads = TrustStore::OfProcess().GetLoadCount();

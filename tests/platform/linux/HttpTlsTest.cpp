@@ -7,6 +7,8 @@
 
 #include "platform/linux/TrustStore.h"
 #include "tests/platform/linux/HttpExchanges.h"
+#include "tests/support/OwnAuthority.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/ScriptedServer.h"
 
 namespace {
@@ -60,7 +62,7 @@ CURLcode ByCurlFromTls10(const std::string& url, const std::string& bundle) {
 
 class HttpTls : public testing::Test {
 protected:
-    test::TrustedAuthority trusted;
+    test::OwnAuthority trusted;
 };
 
 TEST_F(HttpTls, VerifiesThePeer) {

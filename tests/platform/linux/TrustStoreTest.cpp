@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <string>
 
-#include "tests/platform/linux/HttpExchanges.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tools/sandbox/TestCertificates.h"
 

@@ -1,4 +1,4 @@
-#include "platform/linux/PathEncoding.h"
+#include "platform/common/Utf8.h"
 
 #include <gtest/gtest.h>
 
@@ -25,7 +25,7 @@ int Length(unsigned long number) {
 
 bool IsAccepted(const std::string& path) {
     try {
-        quillmarkclient_linux::RequireUtf8(path.c_str());
+        quillmarkclient_common::RequireUtf8(path.c_str());
         return true;
     } catch (const std::range_error& error) {
         EXPECT_STREQ(error.what(), "bad conversion");
@@ -33,19 +33,19 @@ bool IsAccepted(const std::string& path) {
     }
 }
 
-TEST(PathEncoding, TakesEveryCharacterAndNoSurrogate) {
+TEST(Utf8, TakesEveryCharacterAndNoSurrogate) {
     for (unsigned long number = 1; number <= 0x10FFFF; ++number) {
         const bool surrogate = 0xD800 <= number && number <= 0xDFFF;
         ASSERT_EQ(IsAccepted(Encode(number, Length(number))), !surrogate) << std::hex << number;
     }
 }
 
-TEST(PathEncoding, RefusesNumbersThatAreTooLarge) {
+TEST(Utf8, RefusesNumbersThatAreTooLarge) {
     for (const unsigned long number : {0x110000ul, 0x13FFFFul, 0x140000ul, 0x1FFFFFul})
         EXPECT_FALSE(IsAccepted(Encode(number, 4))) << std::hex << number;
 }
 
-TEST(PathEncoding, RefusesLongerFormsThanNeeded) {
+TEST(Utf8, RefusesLongerFormsThanNeeded) {
     for (unsigned long number = 0; number < 0x10000; ++number) {
         for (int length = Length(number) + 1; length <= 4; ++length)
             ASSERT_FALSE(IsAccepted(Encode(number, length)))
@@ -53,7 +53,7 @@ TEST(PathEncoding, RefusesLongerFormsThanNeeded) {
     }
 }
 
-TEST(PathEncoding, RefusesACharacterCutAtAnyPlace) {
+TEST(Utf8, RefusesACharacterCutAtAnyPlace) {
     for (const unsigned long number : {0xE9ul, 0x20ACul, 0x1F600ul}) {
         const std::string whole = Encode(number, Length(number));
         for (std::size_t size = 1; size < whole.size(); ++size) {
@@ -64,7 +64,7 @@ TEST(PathEncoding, RefusesACharacterCutAtAnyPlace) {
     }
 }
 
-TEST(PathEncoding, TakesTheEmptyPath) {
+TEST(Utf8, TakesTheEmptyPath) {
     EXPECT_TRUE(IsAccepted(""));
 }
 

@@ -1,8 +1,8 @@
-#include "platform/linux/PathEncoding.h"
+#include "platform/common/Utf8.h"
 
 #include <stdexcept>
 
-namespace quillmarkclient_linux {
+namespace quillmarkclient_common {
 namespace {
 
 // One row for each form of a character: its first byte, the range of its second, and how many bytes follow
@@ -41,8 +41,8 @@ const unsigned char* NextCharacter(const unsigned char* text) {
 
 }  // namespace
 
-void RequireUtf8(const char* path) {
-    const auto* at = reinterpret_cast<const unsigned char*>(path);
+void RequireUtf8(const char* text) {
+    const auto* at = reinterpret_cast<const unsigned char*>(text);
     while (*at != 0) {
         at = NextCharacter(at);
         if (!at)
@@ -50,4 +50,4 @@ void RequireUtf8(const char* path) {
     }
 }
 
-}  // namespace quillmarkclient_linux
+}  // namespace quillmarkclient_common
