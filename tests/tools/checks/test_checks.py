@@ -109,5 +109,53 @@ class BuildLists(unittest.TestCase):
                 self.assertIn("tests/a/ATest.cpp is in no build list", text)
 
 
+class SourceLists(unittest.TestCase):
+    """tools/windows/source-lists, with a package configuration of the test's own."""
+
+    def written(self, files):
+        """{name: text} of the lists that are written for a machine that has these."""
+        with tempfile.TemporaryDirectory() as root:
+            os.makedirs(os.path.join(root, "parts"))
+            os.makedirs(os.path.join(root, "written"))
+            for path, text in files.items():
+                with open(os.path.join(root, path), "w", encoding="utf-8") as file:
+                    file.write(text)
+            configuration = os.path.join(root, "apt.conf")
+            with open(configuration, "w", encoding="utf-8") as file:
+                file.write(f'Dir::Etc::sourcelist "{root}/main.list";\nDir::Etc::sourceparts "{root}/parts";\n')
+            subprocess.run([os.path.join(TOOLS, "windows", "source-lists"), "write", os.path.join(root, "written")],
+                           env=dict(os.environ, APT_CONFIG=configuration), check=True)
+            lists = {}
+            for name in sorted(os.listdir(os.path.join(root, "written"))):
+                with open(os.path.join(root, "written", name), encoding="utf-8") as file:
+                    lists[name] = file.read()
+            return lists
+
+    def test_each_form_of_a_list(self):
+        modern = "Types: deb\n# why\nURIs: http://a.test/d\nSuites: s s-updates\nComponents: main\n"
+        rows = [
+            ("no list", {}, {}),
+            ("one line", {"main.list": "deb http://a.test/d s main\n"},
+             {"1-main.list": "deb-src http://a.test/d s main\n"}),
+            ("options and blanks", {"main.list": "  deb  [signed-by=/k arch=amd64]\thttp://a.test/d s main\n"},
+             {"1-main.list": "deb-src [signed-by=/k arch=amd64]\thttp://a.test/d s main\n"}),
+            ("comments and what is switched off", {"main.list": "# deb http://a.test/d s main\n\n"},
+             {"1-main.list": ""}),
+            ("both kinds", {"main.list": "deb http://a.test/d s main\ndeb-src http://a.test/d s main\n"},
+             {"1-main.list": "deb-src http://a.test/d s main\n"}),
+            ("the other form", {"parts/a.sources": modern},
+             {"1-a.sources": modern.replace("Types: deb", "Types: deb-src")}),
+            ("the other form, both kinds", {"parts/a.sources": "types: deb deb-src\nURIs: http://a.test/d\n"},
+             {"1-a.sources": "Types: deb-src\nURIs: http://a.test/d\n"}),
+            ("several of one name",
+             {"main.list": "deb http://a.test/d s main\n", "parts/main.list": "deb http://b.test/d s main\n"},
+             {"1-main.list": "deb-src http://a.test/d s main\n", "2-main.list": "deb-src http://b.test/d s main\n"}),
+            ("a file that is no list", {"parts/a.save": "deb http://a.test/d s main\n"}, {}),
+        ]
+        for name, files, expected in rows:
+            with self.subTest(name):
+                self.assertEqual(self.written(files), expected)
+
+
 if __name__ == "__main__":
     unittest.main()
