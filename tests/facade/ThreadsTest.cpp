@@ -8,7 +8,6 @@
 #include <atomic>
 #include <functional>
 #include <future>
-#include <latch>
 #include <optional>
 #include <thread>
 
@@ -155,7 +154,7 @@ void ThreadsTest::answersOnTheThreadOfCreate() {
     QCOMPARE(heard.threads(), QList<QThread*>{thread()});
 }
 
-// The latch and the promise say in sight of a sanitizer what the event queue says inside Qt.
+// The promises say in sight of a sanitizer what the event queue says inside Qt.
 void ThreadsTest::carriesValuesToAnotherThread() {
     QThread thread;
     QObject context;
@@ -165,15 +164,15 @@ void ThreadsTest::carriesValuesToAnotherThread() {
         Quillmark::SignIn::SignInProcessResult contexts;
     };
     std::promise<Heard> promise;
-    std::latch posted(1);
+    std::promise<void> posted;
     connect(host_.client, &Client::requestSelectContext, &context, [&](const auto& contexts) {
-        posted.wait();
+        posted.get_future().wait();
         promise.set_value({QThread::currentThread(), contexts});
         QThread::currentThread()->quit();
     });
     const QObject here;
     connect(
-        host_.client, &Client::requestSelectContext, &here, [&] { posted.count_down(); },
+        host_.client, &Client::requestSelectContext, &here, [&] { posted.set_value(); },
         Qt::DirectConnection);
     thread.start();
     QVERIFY(host_.signIn("several-contexts").startsWith("requestSelectContext"));

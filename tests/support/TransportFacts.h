@@ -16,7 +16,7 @@ namespace test {
 // came.
 [[nodiscard]] bool NoticesCutAnswers();
 
-// Whether a URL of many megabytes is dealt with in seconds.
+// Whether a URL that is longer than what the sockets hold is dealt with in seconds.
 [[nodiscard]] bool TakesLongUrls();
 
 // The host of the loopback that is looked for in a server's certificate: its address, or a name.

@@ -104,7 +104,7 @@ public:
 
 class HttpLimits : public testing::Test {
 protected:
-    // Expects 0x81000006 for a limit of kShortMs: not before it, and not much later.
+    // Expects 0x81000006 for a limit of kShortMs or more: not before it, and not much later.
     static void ExpectTimeOut(const test::Sending& sending) {
         const auto start = std::chrono::steady_clock::now();
         ExpectFailure(Send(sending), ResultCode::kNetwork);
@@ -270,10 +270,11 @@ TEST_F(HttpLimits, TheWholeIsBoundedAgainstADrippingServer) {
 }
 
 TEST_F(HttpLimits, RedirectsShareOneBound) {
+    constexpr std::uint32_t kTwoSecondsMs = 2000;  // the first exchange fits, on a loaded machine too
     ScriptedServer server;
     server.Enqueue(Answer::Of(302, {{"Location", "/next"}}));
     server.Enqueue(Answer::Never());
-    ExpectTimeOut({.url = server.Url("/"), .timeouts = {kFarMs, kFarMs, kFarMs, kFarMs, kShortMs}});
+    ExpectTimeOut({.url = server.Url("/"), .timeouts = {kFarMs, kFarMs, kFarMs, kFarMs, kTwoSecondsMs}});
     EXPECT_EQ(server.Requests().size(), 2u);
 }
 
