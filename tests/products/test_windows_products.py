@@ -137,7 +137,7 @@ class Versions(unittest.TestCase):
 
     def test_a_file_without_a_version_has_none(self):
         done = run_on_windows(FACTS["version_resource"], windows_path(FACTS["core_host"]))
-        self.assertEqual((done.stdout, done.returncode), ("", 1))
+        self.assertEqual((done.stdout, done.returncode), ("no version\n", 1))
 
 
 @contextlib.contextmanager

@@ -41,8 +41,10 @@ int main(int argc, char** argv) {
     DWORD ignored = 0;
     std::vector<char> resource(GetFileVersionInfoSizeA(argv[1], &ignored));
     const auto size = static_cast<DWORD>(resource.size());
-    if (size == 0 || GetFileVersionInfoA(argv[1], 0, size, resource.data()) == 0)
+    if (size == 0 || GetFileVersionInfoA(argv[1], 0, size, resource.data()) == 0) {
+        std::puts("no version");
         return 1;
+    }
 
     const VS_FIXEDFILEINFO* fixed = nullptr;
     UINT fixedSize = 0;

@@ -16,7 +16,7 @@ bool NoticesCutAnswers() {
     return !IsWine();
 }
 
-// wine takes a minute for each 16 MB.
+// wine takes a minute for 16 MB, and its time-out when the server closes in front of the end.
 bool TakesLongUrls() {
     return !IsWine();
 }
